@@ -1,0 +1,161 @@
+#include "devaccess/i2c.h"
+
+#include "devaccess/i2c_request.h"
+#include "devaccess/scoped_lock.h"
+#include "devaccess/video_device.h"
+#include "platform/platform.h"
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <pthread.h>
+
+namespace capd {
+
+namespace {
+
+constexpr int ATTEMPTS = 3;
+constexpr uint32_t RETRY_SLEEP_US = 10;
+constexpr int SECOND_FORM = 1;
+
+pthread_mutex_t i2c_lock = PTHREAD_MUTEX_INITIALIZER;
+
+/** Whether a length taken from a caller fits a record; the first thing looked at, and said by errno when it does not.
+ */
+bool length_fits(int length, int most)
+{
+    if (length >= 0 && length <= most) return true;
+    errno = EINVAL;
+    return false;
+}
+
+/** Issue a transfer up to three times. Both threads come here at once: everything is on the stack. */
+int transfer(const char* function, uint32_t request, void* record)
+{
+    int result = -1;
+    for (int attempt = 1; attempt <= ATTEMPTS; ++attempt) {
+        result = video_device_request(request, record);
+        if (result >= 0) return 0;
+        if (attempt < ATTEMPTS) platform::sleep_us(RETRY_SLEEP_US);
+    }
+    const int error = errno;
+    char text[64];
+    printf("%s() ioctl failed %d %s\n", function, error, strerror_r(error, text, sizeof(text)));
+    errno = error;
+    return result;
+}
+
+void print_failure(const char* function, unsigned int address, unsigned int offset, unsigned int count,
+                   const void* data, unsigned char device, int result)
+{
+    printf("%s failed: address=0x%x, offset=0x%x, byteno=%x, pdata=%p, device=%d\n", function, address, offset, count,
+           data, device);
+    printf("return code=%d\n", result);
+}
+
+int write_register(int device, int reg, int value)
+{
+    const unsigned int bytes[] = {static_cast<unsigned int>(reg), static_cast<unsigned int>(value)};
+    const ScopedLock lock(i2c_lock);
+    return do_wri2cnb(SECOND_FORM, device, 2, bytes);
+}
+
+/** A register that cannot be read counts as 0: no bit set, no key waiting, no port selected. */
+int read_register(int device, int reg)
+{
+    const unsigned int address = static_cast<unsigned int>(reg);
+    unsigned int value = 0;
+    const ScopedLock lock(i2c_lock);
+    do_rdi2cnb(SECOND_FORM, device, 1, &address, 1, &value);
+    return static_cast<int>(value);
+}
+
+} // namespace
+
+int do_wri2cnb(int selector, int device, int length, const unsigned int* bytes)
+{
+    if (!length_fits(length, I2C_MAX_DATA)) return -1;
+    I2cWriteRecord record{};
+    record.device = static_cast<uint8_t>(device);
+    record.length = static_cast<uint8_t>(length);
+    for (int i = 0; i < length; ++i) record.bytes[i] = static_cast<uint8_t>(bytes[i]);
+    return transfer(__func__, selector == SECOND_FORM ? I2C_WRITE_SECOND : I2C_WRITE_FIRST, &record);
+}
+
+int do_rdi2cnb(int selector, int device, int address_length, const unsigned int* address, int read_length,
+               unsigned int* out)
+{
+    if (!length_fits(address_length, I2C_MAX_ADDRESS) || !length_fits(read_length, I2C_MAX_DATA)) return -1;
+    I2cReadRecord record{};
+    record.device = static_cast<uint8_t>(device);
+    record.address_length = static_cast<uint8_t>(address_length);
+    for (int i = 0; i < address_length; ++i) record.address[i] = static_cast<uint8_t>(address[i]);
+    record.read_length = static_cast<uint8_t>(read_length);
+    const int result = transfer(__func__, selector == SECOND_FORM ? I2C_READ_SECOND : I2C_READ_FIRST, &record);
+    if (result != 0) return result;
+    for (int i = 0; i < read_length; ++i) out[i] = record.bytes[i];
+    return 0;
+}
+
+int i2c_read_byte(unsigned int address, unsigned int offset, unsigned int count, unsigned char* data,
+                  unsigned char device)
+{
+    std::array<unsigned int, I2C_MAX_DATA> bytes{};
+    video_device_open();
+    const int length = count > I2C_MAX_DATA ? I2C_MAX_DATA + 1 : static_cast<int>(count); // too many: refused below
+    const int result = do_rdi2cnb(SECOND_FORM, static_cast<int>(address >> 1), 1, &offset, length, bytes.data());
+    if (result != 0) {
+        print_failure(__func__, address >> 1, offset, count, data, device, result);
+        return 1;
+    }
+    for (int i = 0; i < length; ++i) data[i] = static_cast<unsigned char>(bytes[static_cast<size_t>(i)]);
+    return 1;
+}
+
+int i2c_write_byte(unsigned int address, unsigned int offset, int count, const unsigned char* data,
+                   unsigned char device)
+{
+    std::array<unsigned int, I2C_MAX_DATA> bytes{offset};
+    int result = -1;
+    video_device_open();
+    if (length_fits(count, I2C_MAX_DATA - 1)) {
+        for (int i = 0; i < count; ++i) bytes[static_cast<size_t>(i) + 1] = data[i];
+        result = do_wri2cnb(SECOND_FORM, static_cast<int>(address >> 1), count + 1, bytes.data());
+    }
+    if (result != 0)
+        print_failure(__func__, address >> 1, offset, static_cast<unsigned int>(count), data, device, result);
+    return 1;
+}
+
+int i2c_write_rx(int reg, int value)
+{
+    return write_register(I2C_RECEIVER, reg, value);
+}
+
+int i2c_write_edidrom(int reg, int value)
+{
+    return write_register(I2C_EDID_ROM, reg, value);
+}
+
+int i2c_write_board(int reg, int value)
+{
+    return write_register(I2C_BOARD, reg, value);
+}
+
+int i2c_read_rx(int reg)
+{
+    return read_register(I2C_RECEIVER, reg);
+}
+
+int i2c_read_edidrom(int reg)
+{
+    return read_register(I2C_EDID_ROM, reg);
+}
+
+int i2c_read_board(int reg)
+{
+    return read_register(I2C_BOARD, reg);
+}
+
+} // namespace capd

@@ -1,0 +1,36 @@
+/**
+ * @file
+ * The capture driver's I2C requests: their records and codes. The driver has two forms of each; the daemon's transfers
+ * take the second, the single-attempt diagnostic ones the first.
+ */
+#pragma once
+
+#include "devaccess/i2c.h"
+#include "devaccess/request_code.h"
+
+#include <cstdint>
+
+namespace capd {
+
+struct I2cWriteRecord {
+    uint8_t device; ///< 7-bit address
+    uint8_t length; ///< bytes to send
+    uint8_t bytes[I2C_MAX_DATA];
+};
+static_assert(sizeof(I2cWriteRecord) == 74);
+
+struct I2cReadRecord {
+    uint8_t device; ///< 7-bit address
+    uint8_t address_length;
+    uint8_t address[I2C_MAX_ADDRESS]; ///< sent before the read
+    uint8_t read_length;
+    uint8_t bytes[I2C_MAX_DATA]; ///< filled by the driver
+};
+static_assert(sizeof(I2cReadRecord) == 83);
+
+constexpr uint32_t I2C_WRITE_FIRST = write_request('D', 0, 74);
+constexpr uint32_t I2C_READ_FIRST = read_write_request('D', 2, 83);
+constexpr uint32_t I2C_WRITE_SECOND = write_request('D', 35, 74);
+constexpr uint32_t I2C_READ_SECOND = read_write_request('D', 37, 83);
+
+} // namespace capd

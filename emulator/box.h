@@ -1,0 +1,95 @@
+/**
+ * @file
+ * The emulated box: its chips, card, nvram and encoder, wired as on the board, behind the few calls by which a daemon
+ * reaches them. It outlives the daemon as hardware does.
+ *
+ * One thread at a time uses a box. No call blocks, but for shell lines, which run in a real shell.
+ */
+#pragma once
+
+#include "emulator/board_controller.h"
+#include "emulator/capture_driver.h"
+#include "emulator/card.h"
+#include "emulator/commands.h"
+#include "emulator/edid_rom.h"
+#include "emulator/encoder.h"
+#include "emulator/i2c_bus.h"
+#include "emulator/nvram_device.h"
+#include "emulator/receiver_chip.h"
+#include "emulator/rootfs.h"
+#include "emulator/source.h"
+#include "emulator/timeline.h"
+#include "emulator/transmitter_chip.h"
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace emu {
+
+struct BoxOptions {
+    std::string root;                               ///< folder that holds the root file system; filled when it is empty
+    EncoderKind encoder = EncoderKind::Bookkeeping; ///< who writes the recordings
+};
+
+class Box {
+public:
+    explicit Box(const BoxOptions& options);
+
+    /** @name The kernel's side, as the daemon's seam asks for it. Negative results are errno values.
+     * @{ */
+    /** Open a device node. @return a handle above 0, or -ENOENT */
+    int open(std::string_view path);
+    /** A request with a record. @return the driver's result */
+    int request(int handle, uint32_t code, void* record);
+    /** A request with an integer by value. @return the driver's result */
+    int request_value(int handle, uint32_t code, int value);
+    void close(int handle);
+    /** @} */
+
+    /** Run one command line. */
+    Reply command(std::string_view line) { return commands_.run(line); }
+
+    Timeline& time() { return time_; }
+    I2cBus& i2c() { return i2c_; }
+    CaptureDriver& capture() { return capture_; }
+    Source& source(int port) { return sources_.at(static_cast<size_t>(port)); }
+    ReceiverChip& receiver() { return receiver_; }
+    TransmitterChip& transmitter() { return transmitter_; }
+    BoardController& board() { return board_; }
+    EdidRom& edid_rom() { return edid_rom_; }
+    NvramDevice& nvram() { return nvram_; }
+    RootFs& root() { return root_; }
+    Card& card() { return card_; }
+    Encoder& encoder() { return encoder_; }
+    CommandTable& commands() { return commands_; }
+
+private:
+    enum class Node : uint8_t { None, Video, Nvram };
+    struct OpenNode {
+        Node node = Node::None;
+        int number = 0; ///< of a video node
+    };
+
+    void wire_board();
+    void add_commands();
+
+    Timeline time_;
+    CommandTable commands_;
+    RootFs root_;
+    I2cBus i2c_;
+    std::array<Source, 2> sources_;
+    ReceiverChip receiver_;
+    TransmitterChip transmitter_;
+    RegisterFile transmitter_companion_; ///< answers at 0x4E; nothing of the box uses it
+    BoardController board_;
+    EdidRom edid_rom_;
+    CaptureDriver capture_;
+    NvramDevice nvram_;
+    Card card_;
+    Encoder encoder_;
+    std::array<OpenNode, 64> open_nodes_{};
+};
+
+} // namespace emu

@@ -1,0 +1,317 @@
+#include "emulator/card.h"
+
+#include "emulator/commands.h"
+
+#include <filesystem>
+#include <fstream>
+
+namespace fs = std::filesystem;
+
+namespace emu {
+
+namespace {
+
+constexpr std::string_view DEVICE = "/dev/mmcblk0p1";
+constexpr std::string_view MOUNT_POINT = "/mnt/sddisk";
+constexpr std::string_view FOLDER = "/card";
+constexpr std::string_view MOUNTS = "/proc/mounts";
+constexpr std::string_view PARTITIONS = "/proc/partitions";
+// Told to the mount scripts:
+constexpr std::string_view PROTECTED = "/run/card/protected"; // there while the slider is at LOCK
+constexpr std::string_view BUSY = "/run/card/busy";           // umounts still to refuse
+constexpr std::string_view STALE = "/run/card/stale";         // there while a mount's card is gone
+
+constexpr const char* SYSTEM_MOUNTS = "ubi0:rootfs / ubifs rw,relatime 0 0\nproc /proc proc rw,relatime 0 0\n"
+                                      "sysfs /sys sysfs rw,relatime 0 0\ntmpfs /tmp tmpfs rw,relatime 0 0\n";
+
+/** A partition begins 4 MiB into the card. */
+constexpr uint64_t PARTITION_START_KB = 4096;
+
+} // namespace
+
+Card::Card(const RootFs& root) : root_(root)
+{
+    if (mounted() && !stale()) bring_back();
+    root_.make_empty(MOUNT_POINT);
+    root_.make_empty("/run/card");
+    root_.remove(DEVICE);
+    root_.write(MOUNTS, SYSTEM_MOUNTS);
+    write_partitions();
+}
+
+std::string Card::folder() const
+{
+    return root_.map(mounted() && !stale() ? MOUNT_POINT : FOLDER);
+}
+
+bool Card::stale() const
+{
+    return root_.exists(STALE);
+}
+
+/** The files leave the mount point as the card does. */
+void Card::bring_back()
+{
+    root_.remove(FOLDER);
+    fs::rename(root_.map(MOUNT_POINT), root_.map(FOLDER));
+    fs::create_directory(root_.map(MOUNT_POINT));
+}
+
+void Card::insert()
+{
+    if (present()) return;
+    root_.write(DEVICE, "");
+    write_partitions();
+}
+
+void Card::remove()
+{
+    if (!present()) return;
+    if (leaving_) leaving_();
+    if (mounted() && !stale()) {
+        bring_back();
+        root_.write(STALE, "");
+    }
+    root_.remove(DEVICE);
+    write_partitions();
+}
+
+bool Card::present() const
+{
+    return root_.exists(DEVICE);
+}
+
+void Card::set_size_kb(uint64_t size_kb)
+{
+    size_kb_ = size_kb;
+    write_partitions();
+}
+
+void Card::write_partitions()
+{
+    std::string text = "major minor  #blocks  name\n\n  31        0     131072 mtdblock0\n";
+    if (present())
+        text += " 179        0  " + std::to_string(size_kb_ + PARTITION_START_KB) + " mmcblk0\n 179        1  " +
+                std::to_string(size_kb_) + " mmcblk0p1\n";
+    root_.write(PARTITIONS, text);
+}
+
+void Card::protect(bool on)
+{
+    if (on)
+        root_.write(PROTECTED, "");
+    else
+        root_.remove(PROTECTED);
+}
+
+bool Card::write_protected() const
+{
+    return root_.exists(PROTECTED);
+}
+
+/** The card's line in the list of mounts, without its device; empty when it is not mounted. */
+std::string Card::mount_line() const
+{
+    const std::string mounts = root_.read(MOUNTS), wanted = root_.map(DEVICE) + " ";
+    const size_t at = mounts.find(wanted);
+    if (at == std::string::npos) return {};
+    const size_t from = at + wanted.size();
+    return mounts.substr(from, mounts.find('\n', from) - from);
+}
+
+bool Card::mounted() const
+{
+    return !mount_line().empty();
+}
+
+bool Card::mounted_read_only() const
+{
+    return mount_line().find(" vfat ro") != std::string::npos;
+}
+
+void Card::turn_read_only()
+{
+    std::string mounts = root_.read(MOUNTS);
+    const std::string line = mount_line();
+    const size_t word = line.find(" vfat rw");
+    if (word == std::string::npos) return;
+    mounts.replace(mounts.find(line) + word, 8, " vfat ro");
+    root_.write(MOUNTS, mounts);
+}
+
+void Card::set_busy(unsigned umounts)
+{
+    if (umounts == 0)
+        root_.remove(BUSY);
+    else
+        root_.write(BUSY, std::to_string(umounts) + "\n");
+}
+
+bool Card::valid_name(std::string_view name)
+{
+    if (name.empty() || name.starts_with('/')) return false;
+    for (const fs::path& part : fs::path(name))
+        if (part == "..") return false;
+    return true;
+}
+
+void Card::write(const std::string& name, std::string_view text)
+{
+    const fs::path path = fs::path(folder()) / name;
+    fs::create_directories(path.parent_path());
+    std::ofstream(path, std::ios::binary) << text;
+}
+
+void Card::put(const std::string& name, uint64_t size_kb)
+{
+    write(name, "");
+    fs::resize_file(fs::path(folder()) / name, size_kb * 1024);
+}
+
+std::string Card::read(const std::string& name) const
+{
+    std::ifstream file(fs::path(folder()) / name, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+void Card::erase(const std::string& name)
+{
+    fs::remove_all(fs::path(folder()) / name);
+}
+
+void Card::erase_all()
+{
+    for (const auto& entry : fs::directory_iterator(folder())) fs::remove_all(entry.path());
+}
+
+std::map<std::string, uint64_t> Card::files() const
+{
+    std::map<std::string, uint64_t> sizes;
+    const fs::path top = folder();
+    for (const auto& entry : fs::recursive_directory_iterator(top))
+        if (entry.is_regular_file()) sizes[entry.path().lexically_relative(top).string()] = entry.file_size();
+    return sizes;
+}
+
+uint64_t Card::used_kb() const
+{
+    uint64_t kb = 0;
+    for (const auto& [name, size] : files()) kb += (size + 1023) / 1024;
+    return kb;
+}
+
+uint64_t Card::free_kb() const
+{
+    const uint64_t used = used_kb();
+    return used < size_kb_ ? size_kb_ - used : 0;
+}
+
+static std::string describe_card(const Card& card)
+{
+    std::string text = card.present() ? "in the slot" : "not in the slot";
+    text += ", " + std::to_string(card.size_kb()) + " kB, " + std::to_string(card.free_kb()) + " kB free";
+    if (card.write_protected()) text += ", write-protected";
+    if (card.mounted()) text += card.mounted_read_only() ? ", mounted read-only" : ", mounted";
+    text += "\n";
+    for (const auto& [name, size] : card.files()) text += name + "  " + std::to_string(size) + " bytes\n";
+    return text;
+}
+
+static std::string take_name(Args& args)
+{
+    std::string name = args.word("a file name on the card");
+    if (!Card::valid_name(name)) args.refuse("is not a name on the card");
+    return name;
+}
+
+/** The largest number of kB that any card here has: 2 TiB. */
+static constexpr long long SIZE_LIMIT_KB = 1LL << 31;
+
+static Reply insert_command(Card& card, Args& args)
+{
+    const bool sized = args.more();
+    const long long size = sized ? args.number("a size in kB", 1, SIZE_LIMIT_KB) : 0;
+    args.end();
+    if (sized) card.set_size_kb(static_cast<uint64_t>(size));
+    card.insert();
+    return {};
+}
+
+static Reply busy_command(Card& card, Args& args)
+{
+    unsigned umounts = 0;
+    if (!args.optional("off"))
+        umounts = args.optional("on")
+                      ? UINT32_MAX
+                      : static_cast<unsigned>(args.number("on, off or a number of umounts", 1, 1'000'000));
+    args.end();
+    card.set_busy(umounts);
+    return {};
+}
+
+static void add_slot_commands(CommandTable& commands, Card& card)
+{
+    commands.add("card insert", "[KB]   put the card into the slot, of this size",
+                 [&card](Args& args) { return insert_command(card, args); });
+    commands.add("card remove", "  pull the card, mounted or not", [&card](Args& args) {
+        args.end();
+        card.remove();
+        return Reply{};
+    });
+    commands.add("card path", "  the folder of this machine that holds the card's files now", [&card](Args& args) {
+        args.end();
+        return Reply{true, card.folder() + "\n"};
+    });
+    commands.add("card size", "KB   let the card have another size", [&card](Args& args) {
+        const long long size = args.number("a size in kB", 1, SIZE_LIMIT_KB);
+        args.end();
+        card.set_size_kb(static_cast<uint64_t>(size));
+        return Reply{};
+    });
+    commands.add("card protect", "on|off   move the card's lock slider", [&card](Args& args) {
+        const bool on = args.on_off();
+        args.end();
+        card.protect(on);
+        return Reply{};
+    });
+    commands.add("card read-only", "  the mounted file system finds an error and turns read-only", [&card](Args& args) {
+        args.end();
+        if (!card.mounted()) throw NotNow("the card is not mounted");
+        card.turn_read_only();
+        return Reply{};
+    });
+    commands.add("card busy", "N|on|off   refuse the next N umounts, or all",
+                 [&card](Args& args) { return busy_command(card, args); });
+}
+
+static void add_file_commands(CommandTable& commands, Card& card)
+{
+    commands.add("card put", "FILE [KB]   put a file of this size on the card, or an empty one", [&card](Args& args) {
+        const std::string name = take_name(args);
+        const long long size = args.more() ? args.number("a size in kB", 0, SIZE_LIMIT_KB) : 0;
+        args.end();
+        card.put(name, static_cast<uint64_t>(size));
+        return Reply{};
+    });
+    commands.add("card write", "FILE TEXT   put a file with this text on the card", [&card](Args& args) {
+        const std::string name = take_name(args), text = args.word("a text");
+        args.end();
+        card.write(name, text);
+        return Reply{};
+    });
+    commands.add("card erase", "[FILE]   erase a file or folder, or all", [&card](Args& args) {
+        const std::string name = args.more() ? take_name(args) : std::string();
+        args.end();
+        name.empty() ? card.erase_all() : card.erase(name);
+        return Reply{};
+    });
+}
+
+void add_card_commands(CommandTable& commands, Card& card)
+{
+    add_slot_commands(commands, card);
+    add_file_commands(commands, card);
+    commands.add_show("card", [&card] { return describe_card(card); });
+}
+
+} // namespace emu

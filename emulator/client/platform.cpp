@@ -1,0 +1,210 @@
+/**
+ * @file
+ * The seam of programs that work on a box in another process: device requests go there over its socket ($CAPD_BOX),
+ * shell lines and paths are mapped into its root, time is the machine's.
+ *
+ * While no box can be reached nothing of this machine stands in for it: devices are missing, shell lines are not run
+ * (they would mount and unmount this machine's own card) and paths lead nowhere.
+ */
+#include "platform/platform.h"
+
+#include "emulator/paths.h"
+#include "emulator/protocol.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <mutex>
+#include <sys/time.h>
+#include <unistd.h>
+
+namespace emu {
+
+namespace {
+
+/** The connection of this process, made when it is first needed and again after the box went away. */
+class Link {
+public:
+    /** Ask the box. @return the reply's number, or a negative errno; -ENODEV when there is no box */
+    int ask(MessageHeader header, std::span<const uint8_t> payload, Message& reply)
+    {
+        const std::lock_guard guard(lock_);
+        if (!connect()) return -ENODEV;
+        return exchange(header, payload, reply) ? reply.header.number : -ENODEV;
+    }
+
+    /** The box's root folder, empty when there is no box. */
+    std::string root()
+    {
+        const std::lock_guard guard(lock_);
+        if (root_.empty()) connect();
+        return root_;
+    }
+
+private:
+    bool exchange(const MessageHeader& header, std::span<const uint8_t> payload, Message& reply)
+    {
+        if (send_message(socket_, header, payload) && receive_message(socket_, reply)) return true;
+        ::close(socket_);
+        socket_ = -1;
+        complain("the box is gone", ECONNRESET);
+        return false;
+    }
+
+    bool connect()
+    {
+        if (socket_ >= 0) return true;
+        const std::string path = default_socket();
+        const int result = connect_to_box(path);
+        if (result < 0) {
+            complain("no box at " + path, -result);
+            return false;
+        }
+        socket_ = result;
+        Message reply;
+        if (!exchange({.ask = Ask::Root}, {}, reply)) return false;
+        root_ = reply.text();
+        complained_ = false;
+        return true;
+    }
+
+    /** Once per outage. */
+    void complain(const std::string& what, int error)
+    {
+        if (!complained_) std::fprintf(stderr, "%s: %s\n", what.c_str(), std::strerror(error));
+        complained_ = true;
+    }
+
+    std::mutex lock_;
+    int socket_ = -1;
+    bool complained_ = false;
+    std::string root_;
+};
+
+/** Never destroyed: the daemon's LED thread may be inside when the process exits. */
+Link& box()
+{
+    static Link* const link = new Link;
+    return *link;
+}
+
+int as_ioctl(int result)
+{
+    if (result >= 0) return result;
+    errno = -result;
+    return -1;
+}
+
+struct DmaRecord {
+    uint32_t address, size;
+    uint8_t* buffer;
+};
+
+int dma_request(int fd, uint32_t request, void* record)
+{
+    DmaRecord dma;
+    std::memcpy(&dma, record, sizeof dma);
+    if (dma.size > DMA_LIMIT) return -EFAULT;
+    const bool reads = driver_writes(request);
+    std::vector<uint8_t> payload(8 + (reads ? 0 : size_t{dma.size}));
+    std::memcpy(payload.data(), &dma, 8);
+    if (!reads && dma.size > 0) std::memcpy(payload.data() + 8, dma.buffer, dma.size);
+    Message reply;
+    const int result = box().ask({.ask = Ask::Request, .number = fd, .code = request}, payload, reply);
+    if (result >= 0 && reads)
+        std::copy_n(reply.payload.begin(), std::min<size_t>(reply.payload.size(), dma.size), dma.buffer);
+    return result;
+}
+
+int record_request(int fd, uint32_t request, void* record)
+{
+    auto* bytes = static_cast<uint8_t*>(record);
+    const size_t size = record_size(request);
+    Message reply;
+    const int result = box().ask({.ask = Ask::Request, .number = fd, .code = request}, {bytes, size}, reply);
+    if (driver_writes(request)) std::copy_n(reply.payload.begin(), std::min(reply.payload.size(), size), bytes);
+    return result;
+}
+
+} // namespace
+
+} // namespace emu
+
+namespace capd::platform {
+
+int device_open(const char* path)
+{
+    emu::Message reply;
+    const int handle = emu::box().ask({.ask = emu::Ask::Open}, emu::as_bytes(path), reply);
+    return emu::as_ioctl(handle == -ENODEV ? -ENOENT : handle);
+}
+
+int device_request(int fd, uint32_t request, void* record)
+{
+    const bool dma = emu::is_dma_request(request);
+    return emu::as_ioctl(dma ? emu::dma_request(fd, request, record) : emu::record_request(fd, request, record));
+}
+
+int device_request_value(int fd, uint32_t request, int value)
+{
+    uint8_t payload[sizeof value];
+    std::memcpy(payload, &value, sizeof value);
+    emu::Message reply;
+    return emu::as_ioctl(
+        emu::box().ask({.ask = emu::Ask::RequestValue, .number = fd, .code = request}, payload, reply));
+}
+
+void device_close(int fd)
+{
+    emu::Message reply;
+    emu::box().ask({.ask = emu::Ask::Close, .number = fd}, {}, reply);
+}
+
+int run_shell(const char* line)
+{
+    const std::string root = emu::box().root();
+    if (root.empty()) return -1;
+    return std::system(emu::map_shell_line(root, line).c_str());
+}
+
+bool read_shell_line(const char* line, char* buffer, size_t size)
+{
+    buffer[0] = '\0';
+    const std::string root = emu::box().root();
+    if (root.empty()) return false;
+    FILE* pipe = popen(emu::map_shell_line(root, line).c_str(), "re");
+    if (pipe == nullptr) return false;
+    const bool got = std::fgets(buffer, static_cast<int>(size), pipe) != nullptr;
+    pclose(pipe);
+    if (!got) buffer[0] = '\0';
+    return got;
+}
+
+const char* map_path(const char* path, char* buffer)
+{
+    const std::string root = emu::box().root();
+    std::snprintf(buffer, PATH_SIZE, "%s", emu::map_box_path(root.empty() ? "/nonexistent" : root, path).c_str());
+    return buffer;
+}
+
+WallTime wall_time()
+{
+    timeval now{};
+    gettimeofday(&now, nullptr);
+    return {now.tv_sec, static_cast<int32_t>(now.tv_usec)};
+}
+
+int64_t wall_seconds()
+{
+    return std::time(nullptr);
+}
+
+void sleep_us(uint32_t microseconds)
+{
+    usleep(microseconds);
+}
+
+} // namespace capd::platform

@@ -1,0 +1,139 @@
+#include "emulator/edid_rom.h"
+
+#include "emulator/commands.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <fstream>
+#include <iterator>
+#include <numeric>
+
+namespace emu {
+
+namespace {
+
+constexpr size_t BLOCK_SIZE = 128;
+
+// clang-format off
+// EDID 1.3 of the box itself; all that is not listed is zero, and the last byte of each block makes its sum zero.
+constexpr uint8_t BASE_BLOCK[] = {
+    0x00, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x00,
+    0x0C, 0x30, 0x01, 0x00, 0x01, 0x00, 0x00, 0x00, 0x01, 0x1E, // maker "CAP", product 1, week 1 of 2020
+    0x01, 0x03, 0x80, 0x00, 0x00, 0x78, 0x0A,                   // EDID 1.3, digital, no size, RGB
+    0xEE, 0x91, 0xA3, 0x54, 0x4C, 0x99, 0x26, 0x0F, 0x50, 0x54, // sRGB primaries
+    0x20, 0x00, 0x00,                                           // 640x480 at 60 Hz
+    0x01, 0x01, 0x01, 0x01, 0x01, 0x01, 0x01, 0x01, 0x01, 0x01, 0x01, 0x01, 0x01, 0x01, 0x01, 0x01,
+    0x02, 0x3A, 0x80, 0x18, 0x71, 0x38, 0x2D, 0x40, 0x58, 0x2C, 0x45, 0x00, 0, 0, 0, 0, 0, 0x1E, // 1920x1080p60
+    0x01, 0x1D, 0x00, 0x72, 0x51, 0xD0, 0x1E, 0x20, 0x6E, 0x28, 0x55, 0x00, 0, 0, 0, 0, 0, 0x1E, // 1280x720p60
+    0, 0, 0, 0xFC, 0, 'R', 'E', 'C', 'O', 'R', 'D', 'E', 'R', '\n', ' ', ' ', ' ', ' ',
+    0, 0, 0, 0xFD, 0, 23, 76, 15, 81, 16, 0, '\n', ' ', ' ', ' ', ' ', ' ', ' ',                 // 23-76 Hz, 15-81 kHz
+    1,                                                                                          // extension blocks
+};
+constexpr uint8_t CEA_BLOCK[] = {
+    0x02, 0x03, 0x16, 0x40,                         // CEA-861, data blocks up to byte 21, basic audio
+    0x47, 0x90, 0x1F, 0x05, 0x14, 0x04, 0x13, 0x20, // 1080p60 (native), 1080p50, 1080i60, 1080i50, 720p60, 720p50, 1080p24
+    0x23, 0x09, 0x7F, 0x07,                         // PCM, two channels, 32 to 192 kHz, 16 to 24 bits
+    0x65, 0x03, 0x0C, 0x00, 0x10, 0x00,             // HDMI, physical address 1.0.0.0
+};
+// clang-format on
+
+void close_block(std::span<uint8_t> block)
+{
+    const unsigned sum = std::accumulate(block.begin(), block.end() - 1, 0u);
+    block.back() = static_cast<uint8_t>(0x100 - (sum & 0xFF));
+}
+
+} // namespace
+
+EdidRom::EdidRom()
+{
+    std::copy(std::begin(BASE_BLOCK), std::end(BASE_BLOCK), bytes_.begin());
+    std::copy(std::begin(CEA_BLOCK), std::end(CEA_BLOCK), bytes_.begin() + BLOCK_SIZE);
+    close_block(std::span(bytes_).first(BLOCK_SIZE));
+    close_block(std::span(bytes_).last(BLOCK_SIZE));
+}
+
+int EdidRom::write(std::span<const uint8_t> bytes)
+{
+    if (bytes.empty()) return 0;
+    offset_ = bytes[0];
+    for (uint8_t value : bytes.subspan(1)) {
+        ++(writable_ ? writes_ : lost_writes_);
+        if (writable_) bytes_[offset_] = value;
+        ++offset_;
+    }
+    return 0;
+}
+
+int EdidRom::read(std::span<const uint8_t> address, std::span<uint8_t> out)
+{
+    if (!readable_) {
+        ++refused_reads_;
+        return -ENXIO;
+    }
+    if (!address.empty()) offset_ = address[0];
+    for (uint8_t& value : out) value = bytes_[offset_++];
+    return 0;
+}
+
+void EdidRom::give_access(bool readable, bool writable)
+{
+    readable_ = readable;
+    writable_ = writable;
+}
+
+void EdidRom::load(std::span<const uint8_t> contents)
+{
+    std::copy_n(contents.begin(), std::min(contents.size(), bytes_.size()), bytes_.begin());
+}
+
+static std::string describe_rom(const EdidRom& rom)
+{
+    std::string text;
+    char part[8];
+    for (size_t i = 0; i < rom.bytes().size(); ++i) {
+        std::snprintf(part, sizeof part, i % 16 == 0 ? "%02zx:" : "", i);
+        text += part;
+        std::snprintf(part, sizeof part, " %02x%s", rom.bytes()[i], i % 16 == 15 ? "\n" : "");
+        text += part;
+    }
+    return text + std::to_string(rom.writes()) + " bytes written, " + std::to_string(rom.lost_writes()) +
+           " lost without write access, " + std::to_string(rom.refused_reads()) + " reads refused\n";
+}
+
+static Reply load_command(EdidRom& rom, Args& args)
+{
+    const std::string name = args.word("a file");
+    std::ifstream file(name, std::ios::binary);
+    const std::vector<char> text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+    if (text.empty()) args.refuse("cannot be read or is empty");
+    if (text.size() > rom.bytes().size()) args.refuse("has more than 256 bytes");
+    args.end();
+    const std::vector<uint8_t> contents(text.begin(), text.end());
+    rom.load(contents);
+    return {};
+}
+
+void add_edid_rom_commands(CommandTable& commands, EdidRom& rom)
+{
+    commands.add("rom load", "FILE   put a file's bytes into the input's EDID ROM",
+                 [&rom](Args& args) { return load_command(rom, args); });
+    commands.add("rom save", "FILE   write the bytes of the input's EDID ROM to a file of this machine", [&rom](Args& args) {
+        const std::string name = args.word("a file");
+        args.end();
+        std::ofstream file(name, std::ios::binary);
+        for (const uint8_t byte : rom.bytes()) file.put(static_cast<char>(byte));
+        if (!file.flush()) args.refuse("cannot be written");
+        return Reply{};
+    });
+    commands.add("rom fill", "BYTE   fill the input's EDID ROM", [&rom](Args& args) {
+        const auto value = static_cast<uint8_t>(args.number("a byte", 0, 255));
+        args.end();
+        rom.fill(value);
+        return Reply{};
+    });
+    commands.add_show("rom", [&rom] { return describe_rom(rom); });
+}
+
+} // namespace emu

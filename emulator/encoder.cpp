@@ -1,0 +1,247 @@
+#include "emulator/encoder.h"
+
+#include "emulator/commands.h"
+
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <fcntl.h>
+#include <filesystem>
+#include <sstream>
+#include <sys/stat.h>
+#include <thread>
+#include <unistd.h>
+
+namespace emu {
+
+namespace {
+
+constexpr std::string_view SCRIPT = "/kxbin/enc.sh";
+constexpr std::string_view SCRIPT_PUT_ASIDE = "/kxbin/enc.sh.missing";
+constexpr std::string_view LOG = "/run/encoder/log";
+constexpr std::string_view BEHAVIOUR = "/run/encoder/behaviour";
+constexpr std::string_view WRITING = "/run/encoder/writing"; // the script's pid while its file is open
+constexpr std::string_view KIND = "/run/encoder/kind";
+
+constexpr uint64_t FILE_LIMIT = UINT32_MAX; ///< vfat has no larger files
+constexpr std::chrono::seconds PATIENCE{5}; ///< for a process to do what it does in milliseconds
+
+/** Whether a process runs; one that has ended and waits for its parent to notice does not. */
+bool runs(pid_t pid)
+{
+    char name[32], text[256] = {};
+    std::snprintf(name, sizeof name, "/proc/%d/stat", static_cast<int>(pid));
+    const int file = ::open(name, O_RDONLY | O_CLOEXEC);
+    if (file < 0) return false;
+    const bool got = ::read(file, text, sizeof text - 1) > 0;
+    ::close(file);
+    const char* state = std::strrchr(text, ')'); // behind the program's name
+    return got && state != nullptr && std::strncmp(state, ") Z", 3) != 0 && std::strncmp(state, ") X", 3) != 0;
+}
+
+/** Wait in real time until something is so, or patience ends. */
+template<typename Condition>
+void wait_until(Condition condition)
+{
+    const auto end = std::chrono::steady_clock::now() + PATIENCE;
+    while (!condition() && std::chrono::steady_clock::now() < end)
+        std::this_thread::sleep_for(std::chrono::microseconds(500));
+}
+
+} // namespace
+
+Encoder::Encoder(const RootFs& root, const Timeline& time, EncoderKind kind) : root_(root), time_(time), kind_(kind)
+{
+    set_missing(false);
+    root_.make_empty("/run/encoder");
+    root_.write(LOG, "");
+    root_.write(KIND, kind == EncoderKind::Ffmpeg ? "ffmpeg\n" : "bookkeeping\n");
+    behave();
+    log_ = ::open(root_.map(LOG).c_str(), O_RDONLY | O_CLOEXEC);
+}
+
+Encoder::~Encoder()
+{
+    ::close(log_);
+}
+
+/** The script appends each line in one write, so what is there ends with a line. */
+void Encoder::read_log()
+{
+    char text[4096];
+    for (;;) {
+        const ssize_t got = ::pread(log_, text, sizeof text, log_read_);
+        const std::string_view seen(text, got > 0 ? static_cast<size_t>(got) : 0);
+        const size_t whole = seen.rfind('\n');
+        if (whole == std::string_view::npos) return;
+        log_read_ += static_cast<off_t>(whole + 1);
+        std::istringstream lines{std::string(seen.substr(0, whole))};
+        for (std::string line; std::getline(lines, line);) take_line(line);
+    }
+}
+
+void Encoder::take_line(const std::string& line)
+{
+    std::istringstream words(line);
+    std::string what;
+    Recording said;
+    words >> what >> said.pid;
+    if (what == "running") {
+        words >> said.writer >> said.width >> said.height >> said.frame_rate >> said.sample_rate >> said.channels >>
+            said.bit_rate;
+        std::getline(words >> std::ws, said.file);
+        said.start = time_.now();
+        recording_ = said;
+        ++recordings_;
+        starting_ = false;
+    } else if (what == "ended") {
+        grow();
+        if (recording_ && recording_->pid == said.pid) recording_.reset();
+    } else if (what == "refused") {
+        wait_until([&said] { return !runs(said.pid); });
+        starting_ = false;
+    }
+}
+
+void Encoder::grow()
+{
+    if (!recording_ || kind_ != EncoderKind::Bookkeeping) return;
+    const uint64_t rate = rate_override_ != 0 ? rate_override_ : recording_->bit_rate;
+    const double bytes = static_cast<double>(rate) / 8 * (static_cast<double>(time_.now() - recording_->start) / 1e6);
+    const auto size = static_cast<off_t>(std::min(bytes, static_cast<double>(FILE_LIMIT)));
+    struct stat now {};
+    if (::stat(recording_->file.c_str(), &now) != 0 || size <= now.st_size) return;
+    // A file that has been removed since stays removed; any other failure shows as a file that does not grow.
+    if (::truncate(recording_->file.c_str(), size) != 0) return;
+}
+
+void Encoder::settle()
+{
+    if (!starting_) return;
+    if (root_.exists(SCRIPT)) {
+        wait_until([this] {
+            read_log();
+            return !starting_;
+        });
+    }
+    starting_ = false;
+}
+
+void Encoder::catch_up()
+{
+    read_log();
+    grow();
+}
+
+bool Encoder::die()
+{
+    settle();
+    catch_up();
+    if (!recording_) return false;
+    for (pid_t pid : {recording_->pid, recording_->writer}) {
+        if (pid <= 0) continue;
+        ::kill(pid, SIGKILL);
+        wait_until([pid] { return !runs(pid); });
+    }
+    root_.write(WRITING, "");
+    recording_.reset();
+    return true;
+}
+
+void Encoder::hang(unsigned milliseconds)
+{
+    root_.write(BEHAVIOUR, "hang " + std::to_string(milliseconds) + "\n");
+}
+
+void Encoder::refuse()
+{
+    root_.write(BEHAVIOUR, "refuse\n");
+}
+
+void Encoder::behave()
+{
+    root_.write(BEHAVIOUR, "ok\n");
+}
+
+void Encoder::set_missing(bool missing)
+{
+    const std::string_view from = missing ? SCRIPT : SCRIPT_PUT_ASIDE;
+    if (root_.exists(from)) std::filesystem::rename(root_.map(from), root_.map(missing ? SCRIPT_PUT_ASIDE : SCRIPT));
+}
+
+void Encoder::lose_card()
+{
+    catch_up();
+    if (recording_ && recording_->writer > 0) ::kill(recording_->writer, SIGKILL);
+}
+
+std::string Encoder::describe() const
+{
+    const std::string behaviour = root_.read(BEHAVIOUR);
+    std::string text = root_.exists(SCRIPT) ? "behaviour: " + behaviour : "the script is missing\n";
+    if (!recording_) return text + "idle, " + std::to_string(recordings_) + " recordings so far\n";
+    const Recording& now = *recording_;
+    return text + "writes " + now.file + ", " + std::to_string(now.width) + "x" + std::to_string(now.height) + " at " +
+           std::to_string(now.frame_rate) + " Hz, " + std::to_string(now.sample_rate) + " Hz in " +
+           std::to_string(now.channels) + " channels, " + std::to_string(now.bit_rate / 1000) + " kbit/s, for " +
+           std::to_string((time_.now() - now.start) / 1'000'000) + " s\n";
+}
+
+static Reply behaviour_command(Encoder& encoder, Args& args, void (Encoder::*change)())
+{
+    args.end();
+    (encoder.*change)();
+    return {};
+}
+
+static void add_behaviour_commands(CommandTable& commands, Encoder& encoder)
+{
+    commands.add("encoder refuse", "  end at once when started",
+                 [&encoder](Args& args) { return behaviour_command(encoder, args, &Encoder::refuse); });
+    commands.add("encoder go", "  go on when it hangs, and behave",
+                 [&encoder](Args& args) { return behaviour_command(encoder, args, &Encoder::behave); });
+    commands.add("encoder hang", "[MS]   after 'q', end only after so many milliseconds of the PC's time (300)",
+                 [&encoder](Args& args) {
+                     const auto delay = args.more() ? args.number("milliseconds", 0, 86'400'000) : 300;
+                     args.end();
+                     encoder.hang(static_cast<unsigned>(delay));
+                     return Reply{};
+                 });
+}
+
+void add_encoder_commands(CommandTable& commands, Encoder& encoder)
+{
+    add_behaviour_commands(commands, encoder);
+    commands.add("encoder ok", "  be there and behave", [&encoder](Args& args) {
+        args.end();
+        encoder.set_missing(false);
+        encoder.behave();
+        return Reply{};
+    });
+    commands.add("encoder die", "  the encoder that runs dies", [&encoder](Args& args) {
+        args.end();
+        if (!encoder.die()) throw NotNow("no encoder runs");
+        return Reply{};
+    });
+    commands.add("encoder missing", "  the script is not there", [&encoder](Args& args) {
+        args.end();
+        encoder.set_missing(true);
+        return Reply{};
+    });
+    commands.add("encoder rate", "KBIT   bookkeeping only: let files grow at so many kbit/s; 0 as configured",
+                 [&encoder](Args& args) {
+                     const auto rate = args.number("kbit/s", 0, 100'000'000);
+                     args.end();
+                     encoder.catch_up();
+                     encoder.set_rate(static_cast<uint64_t>(rate));
+                     return Reply{};
+                 });
+    commands.add_show("encoder", [&encoder] {
+        encoder.catch_up();
+        return encoder.describe();
+    });
+}
+
+} // namespace emu

@@ -1,0 +1,182 @@
+#include "platform/platform.h"
+
+#include "emulator/inprocess/inprocess.h"
+#include "emulator/inprocess/turns.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace emu {
+
+namespace {
+
+constexpr int64_t POWER_ON = 1767225600; // 2026-01-01 00:00:00 UTC
+
+/** A fresh folder that goes with the process. */
+class ScratchFolder {
+public:
+    ScratchFolder()
+    {
+        std::string name = (std::filesystem::temp_directory_path() / "box-XXXXXX").string();
+        if (mkdtemp(name.data()) == nullptr) {
+            std::perror(name.c_str());
+            std::abort();
+        }
+        path_ = name;
+    }
+    ~ScratchFolder()
+    {
+        std::error_code ignored;
+        if (owner_ == getpid()) std::filesystem::remove_all(path_, ignored);
+    }
+    ScratchFolder(const ScratchFolder&) = delete;
+    ScratchFolder& operator=(const ScratchFolder&) = delete;
+
+    const std::string& path() const { return path_; }
+
+private:
+    std::string path_;
+    pid_t owner_ = getpid();
+};
+
+/** The box and all that is around it. Never destroyed: the daemon's threads may be inside when the process exits. */
+struct Bench {
+    explicit Bench(const std::string& root) : box({.root = root}), turns(box.time()) {}
+
+    Box box;
+    Turns turns;
+    Micros loop_step = 100;
+    int64_t power_on = POWER_ON;
+};
+
+Bench& bench()
+{
+    static const ScratchFolder folder;
+    static Bench* const the_bench = new Bench(folder.path());
+    return *the_bench;
+}
+
+/** The box, for the calling thread's turn. */
+Bench& joined()
+{
+    Bench& here = bench();
+    here.turns.join();
+    return here;
+}
+
+int as_ioctl(int result)
+{
+    if (result >= 0) return result;
+    errno = -result;
+    return -1;
+}
+
+std::string mapped_line(const char* line)
+{
+    Bench& here = joined();
+    here.box.encoder().catch_up();
+    return here.box.root().map_line(line);
+}
+
+} // namespace
+
+Box& inprocess_box()
+{
+    return joined().box;
+}
+
+void inprocess_start(std::function<void()> body)
+{
+    joined().turns.start(std::move(body));
+}
+
+void inprocess_sleep(Micros duration)
+{
+    Bench& here = joined();
+    here.box.encoder().settle();
+    here.turns.sleep(duration);
+}
+
+void inprocess_set_loop_step(Micros step)
+{
+    joined().loop_step = step;
+}
+
+void inprocess_set_wall_clock(int64_t seconds)
+{
+    joined().power_on = seconds;
+}
+
+} // namespace emu
+
+namespace capd::platform {
+
+int device_open(const char* path)
+{
+    return emu::as_ioctl(emu::joined().box.open(path));
+}
+
+int device_request(int fd, uint32_t request, void* record)
+{
+    return emu::as_ioctl(emu::joined().box.request(fd, request, record));
+}
+
+int device_request_value(int fd, uint32_t request, int value)
+{
+    return emu::as_ioctl(emu::joined().box.request_value(fd, request, value));
+}
+
+void device_close(int fd)
+{
+    emu::joined().box.close(fd);
+}
+
+int run_shell(const char* line)
+{
+    return std::system(emu::mapped_line(line).c_str());
+}
+
+bool read_shell_line(const char* line, char* buffer, size_t size)
+{
+    buffer[0] = '\0';
+    FILE* pipe = popen(emu::mapped_line(line).c_str(), "re");
+    if (pipe == nullptr) return false;
+    const bool got = std::fgets(buffer, static_cast<int>(size), pipe) != nullptr;
+    pclose(pipe);
+    return got;
+}
+
+const char* map_path(const char* path, char* buffer)
+{
+    emu::Box& box = emu::joined().box;
+    box.encoder().catch_up();
+    if (std::string_view(path) == "/kxbin/enc.sh") box.encoder().expect_start();
+    std::snprintf(buffer, PATH_SIZE, "%s", box.root().map(path).c_str());
+    return buffer;
+}
+
+WallTime wall_time()
+{
+    emu::Bench& here = emu::joined();
+    const emu::Micros now = here.box.time().now();
+    return {here.power_on + static_cast<int64_t>(now / 1'000'000), static_cast<int32_t>(now % 1'000'000)};
+}
+
+int64_t wall_seconds()
+{
+    return wall_time().seconds;
+}
+
+void sleep_us(uint32_t microseconds)
+{
+    emu::Bench& here = emu::joined();
+    emu::inprocess_sleep(microseconds <= 1 ? here.loop_step : microseconds);
+}
+
+} // namespace capd::platform

@@ -1,0 +1,49 @@
+/**
+ * @file
+ * Turns of the threads on the virtual clock.
+ */
+#pragma once
+
+#include "emulator/timeline.h"
+
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <semaphore>
+#include <vector>
+
+namespace emu {
+
+class Turns {
+public:
+    explicit Turns(Timeline& time) : time_(time) {}
+
+    /** Make sure that the calling thread takes part; a new one waits here for its first turn. */
+    void join();
+
+    /** Sleep the calling thread, which has the turn. Events of the box happen in between. */
+    void sleep(Micros duration);
+
+    /** Start a thread whose first turn comes when the caller sleeps. */
+    void start(std::function<void()> body);
+
+private:
+    struct Thread {
+        Micros wake;
+        uint64_t order; ///< who asked first goes first at the same moment
+        std::binary_semaphore turn{0};
+    };
+
+    Thread* add(Micros wake);
+    Thread* next();
+    void wait_for_strangers();
+
+    Timeline& time_;
+    std::mutex lock_;
+    std::vector<std::unique_ptr<Thread>> threads_;
+    uint64_t order_ = 0;
+    bool strangers_ = false; ///< a started thread may have started others that have not joined yet
+    static thread_local Thread* self_;
+};
+
+} // namespace emu

@@ -1,0 +1,95 @@
+#include "emulator/scenario.h"
+
+#include "emulator/box.h"
+
+#include <cmath>
+#include <cstdlib>
+#include <filesystem>
+#include <stdexcept>
+
+namespace fs = std::filesystem;
+
+namespace emu {
+
+namespace {
+
+constexpr double LATEST = 1e9; // seconds; about thirty years
+
+/** A folder that goes with its owner. */
+class ScratchFolder {
+public:
+    ScratchFolder()
+    {
+        std::string name = (fs::temp_directory_path() / "scenario-XXXXXX").string();
+        if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("cannot make " + name);
+        path_ = name;
+    }
+    ~ScratchFolder()
+    {
+        std::error_code ignored;
+        fs::remove_all(path_, ignored);
+    }
+    ScratchFolder(const ScratchFolder&) = delete;
+    ScratchFolder& operator=(const ScratchFolder&) = delete;
+
+    const std::string& path() const { return path_; }
+
+private:
+    std::string path_;
+};
+
+Micros read_time(const std::string& word, const std::string& place, Micros earliest)
+{
+    char* end = nullptr;
+    const double seconds = std::strtod(word.c_str(), &end);
+    if (*end != '\0' || !std::isfinite(seconds) || seconds < 0 || seconds > LATEST)
+        throw std::runtime_error(place + ": '" + word + "' is not a time in seconds");
+    const auto time = static_cast<Micros>(std::llround(seconds * 1e6));
+    if (time < earliest) throw std::runtime_error(place + ": '" + word + "' is earlier than the line before");
+    return time;
+}
+
+} // namespace
+
+std::vector<ScenarioStep> read_scenario(std::istream& text, const std::string& file)
+{
+    constexpr const char* blanks = " \t\r";
+    std::vector<ScenarioStep> steps;
+    int number = 0;
+    for (std::string line; std::getline(text, line);) {
+        const std::string place = file + ":" + std::to_string(++number);
+        const size_t from = line.find_first_not_of(blanks);
+        if (from == std::string::npos || line[from] == '#') continue;
+        const size_t to = line.find_first_of(blanks, from);
+        const Micros time = read_time(line.substr(from, to - from), place, steps.empty() ? 0 : steps.back().time);
+        const size_t command = to == std::string::npos ? to : line.find_first_not_of(blanks, to);
+        if (command == std::string::npos) throw std::runtime_error(place + ": a command is missing");
+        steps.push_back({time, line.substr(command), place});
+    }
+    return steps;
+}
+
+void check_scenario(const std::vector<ScenarioStep>& steps)
+{
+    const ScratchFolder folder;
+    Box box({.root = folder.path() + "/root"});
+    for (const ScenarioStep& step : steps) {
+        box.time().advance_to(step.time);
+        const Reply reply = box.command(step.command);
+        if (!reply.ok && !reply.not_now) throw std::runtime_error(step.place + ": " + reply.text);
+    }
+}
+
+void schedule_scenario(Box& box, const std::vector<ScenarioStep>& steps,
+                       const std::function<void(bool ok, const std::string& text)>& answer)
+{
+    for (const ScenarioStep& step : steps) {
+        const Micros delay = step.time > box.time().now() ? step.time - box.time().now() : 0;
+        box.time().after(delay, [&box, step, answer] {
+            const Reply reply = box.command(step.command);
+            answer(reply.ok, reply.ok ? reply.text : step.place + ": " + reply.text);
+        });
+    }
+}
+
+} // namespace emu

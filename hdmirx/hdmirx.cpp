@@ -1,0 +1,168 @@
+#include "hdmirx/hdmirx.h"
+
+#include "devaccess/i2c.h"
+#include "devaccess/video_device.h"
+#include "hdmirx/src/hdmirx/access.h"
+#include "hdmirx/src/hdmirx/audio.h"
+#include "hdmirx/src/hdmirx/init.h"
+#include "hdmirx/src/hdmirx/registers.h"
+#include "hdmirx/src/hdmirx/state.h"
+#include "hdmirx/src/hdmirx/video_state.h"
+#include "hdmitx/board.h"
+
+#include <cmath>
+#include <cstdio>
+
+namespace capd {
+
+using namespace rx;
+
+int hdmirx_init()
+{
+    video_device_open();
+    printf("\n%s\n", "HDMIRX_SAMPLE_2.15");
+    SetMuteMode(MUTE_MODE_AUTO);
+    InitHDMIRX(true);
+    driver.report_samples = 0;
+    driver.report_xcnt_sum = 0;
+    return 0;
+}
+
+int hdmirx_run()
+{
+    VideoTimerHandler();
+    Video_Handler();
+    return 0;
+}
+
+int hdmirx_set_callback(hdmirx_callback callback)
+{
+    driver.callback = callback;
+    return 0;
+}
+
+int hdmirx_is_stable(int port)
+{
+    if ((i2c_read_rx(REG_RX_STATUS) & STATUS_STABLE) != STATUS_STABLE) return 1;
+    hdmirx_info scratch = {};
+    return hdmirx_get_info(port, &scratch, 0);
+}
+
+static int32_t sample_rate_hz(uint8_t code)
+{
+    switch (code) {
+    case 0: return 44100;
+    case 2: return 48000;
+    case 3: return 32000;
+    case 8: return 88200;
+    case 9: return 768000;
+    case 10: return 96000;
+    case 12: return 176400;
+    case 14: return 192000;
+    default: return 0;
+    }
+}
+
+static int get_audio_info(hdmirx_info* info)
+{
+    info->audio_sample_rate = 48000; // what the encoder is set to when there is nothing to encode
+    info->audio_iec61937 = info->audio_channels = info->audio_word_length = 0;
+    if (!IsAudioPresent()) return 0;
+
+    info->audio_sample_rate = sample_rate_hz(ReadAudioFs());
+    ChannelStatus status = {};
+    if (GetAudioChannelStatus(status) == 0) {
+        info->audio_iec61937 = info->audio_channels = info->audio_word_length = -1;
+        return -1;
+    }
+    info->audio_iec61937 = (status[0] & CHANNEL_NOT_LPCM) != 0 ? 1 : 0;
+    info->audio_channels = status[2] >> 4;
+    info->audio_word_length = status[4] & 0x0F;
+    return 0;
+}
+
+int hdmirx_get_info([[maybe_unused]] int port, hdmirx_info* info, int with_audio)
+{
+    info->interlaced = hdmirx_is_interlaced();
+    info->active_width = hdmirx_get_width();
+    info->active_height = hdmirx_get_height();
+    info->frame_rate = hdmirx_get_frame_rate();
+    if (info->interlaced != 0) {
+        info->frame_rate /= 2; // an unknown rate becomes 0 here and passes: the daemon has always recorded such input
+        info->active_height *= 2;
+    }
+    if (info->frame_rate == -1) return -1;
+    return with_audio != 0 ? get_audio_info(info) : 0;
+}
+
+int hdmirx_select_port(int port)
+{
+    ResetRxOutputControl();
+    board_select_hdmirx_port(port);
+    RXINT_VideoMode_Chg();
+    return 0;
+}
+
+int hdmirx_auto_select_port()
+{
+    for (int port = 0; port < 2; ++port) {
+        hdmirx_select_port(port);
+        if (hdmirx_is_stable(port) == 0) return port;
+    }
+    return -1;
+}
+
+int hdmirx_get_port()
+{
+    return board_get_hdmirx_port();
+}
+
+int hdmirx_is_interlaced()
+{
+    return (ReadRxReg(REG_RX_SCAN) & SCAN_INTERLACED) != 0 ? 1 : 0;
+}
+
+// The chip leaves out the topmost bit of an active size; it is set when the size still fits into the total with it.
+static int active_size(uint8_t active_reg, uint8_t active_high, uint16_t total, int top_bit)
+{
+    const int active = ReadRxReg(active_reg) | (active_high << 4);
+    return total > (active | top_bit) ? active | top_bit : active;
+}
+
+int hdmirx_get_width()
+{
+    const uint8_t high = ReadRxReg(REG_RX_H_HIGH) & H_HIGH_ACTIVE;
+    return active_size(REG_RX_HACTIVE, high, ReadHTotal(), 0x800);
+}
+
+int hdmirx_get_height()
+{
+    const uint8_t high = ReadRxReg(REG_RX_V_HIGH) & V_HIGH_ACTIVE;
+    return active_size(REG_RX_VACTIVE, high, ReadVTotal(), 0x400);
+}
+
+int hdmirx_get_frame_rate()
+{
+    const uint8_t xcnt = ReadRxReg(REG_RX_XCNT);
+    const uint16_t htotal = ReadHTotal();
+    const uint16_t vtotal = ReadVTotal();
+    if (xcnt == 0 || htotal == 0 || vtotal == 0) return -1;
+    const uint32_t centihertz = ((XCNT_CLOCK_KHZ / xcnt) * 1000 / htotal) * 100 / vtotal;
+    const int rate = static_cast<int>(std::round(centihertz / 100.0));
+    return rate <= 26 ? 24 : rate <= 35 ? 30 : rate <= 54 ? rate : 60;
+}
+
+int hdmirx_debug(int port)
+{
+    const int stable = hdmirx_is_stable(port);
+    printf("---HDMI_RX debug----\n");
+    printf("port %d\n", hdmirx_get_port());
+    printf("stable? %d\n", stable);
+    printf("interlaced? %d\n", hdmirx_is_interlaced());
+    printf("active width %dpx\n", hdmirx_get_width());
+    printf("active height %dpx\n", hdmirx_get_height());
+    printf("frame rate %d\n", hdmirx_get_frame_rate());
+    return printf("---HDMI_RX debug done---\n");
+}
+
+} // namespace capd

@@ -1,0 +1,236 @@
+#include "hdmirx/src/hdmirx/colour.h"
+
+#include "hdmirx/src/hdmirx/access.h"
+#include "hdmirx/src/hdmirx/message.h"
+#include "hdmirx/src/hdmirx/registers.h"
+#include "hdmirx/src/hdmirx/state.h"
+#include "hdmirx/src/hdmirx/video_state.h"
+
+#include <cstdio>
+
+namespace capd::rx {
+
+static constexpr int INVALID_COLOUR = 3;
+
+// Converter offsets by [0 range 16-235, 1 range 0-255].
+static constexpr uint8_t CONVERTER_OFFSETS[2][3] = {{0x00, 0x80, 0x00}, {0x10, 0x80, 0x10}};
+
+// clang-format off
+const Matrix CONVERTER_MATRICES[2][2][2] = {
+    {
+        {
+            {{0x04B2, 0x0264, 0x00E9, 0x3C93, 0x0418, 0x3F56, 0x3D49, 0x3E9F, 0x0418}}, // RGB to YUV, ITU601, 16-235
+            {{0x0409, 0x020E, 0x00C8, 0x3D0E, 0x0384, 0x3F6E, 0x3DAC, 0x3ED0, 0x0384}}, // RGB to YUV, ITU601, 0-255
+        },
+        {
+            {{0x05B8, 0x01B4, 0x0093, 0x3C49, 0x0418, 0x3F9F, 0x3CD9, 0x3F10, 0x0418}}, // RGB to YUV, ITU709, 16-235
+            {{0x04E5, 0x0178, 0x0081, 0x3CCE, 0x0384, 0x3FAE, 0x3D49, 0x3F33, 0x0384}}, // RGB to YUV, ITU709, 0-255
+        },
+    },
+    {
+        {
+            {{0x0800, 0x3A6A, 0x3D4F, 0x0800, 0x0AF7, 0x0000, 0x0800, 0x0000, 0x0DDB}}, // YUV to RGB, ITU601, 16-235
+            {{0x094F, 0x3981, 0x3CDF, 0x094F, 0x0CC2, 0x0000, 0x094F, 0x0000, 0x101E}}, // YUV to RGB, ITU601, 0-255
+        },
+        {
+            {{0x0800, 0x3C53, 0x3E89, 0x0800, 0x0C51, 0x0000, 0x0800, 0x0000, 0x0E87}}, // YUV to RGB, ITU709, 16-235
+            {{0x094F, 0x3BBA, 0x3E4B, 0x094F, 0x0E56, 0x0000, 0x094F, 0x0000, 0x10E7}}, // YUV to RGB, ITU709, 0-255
+        },
+    },
+};
+// clang-format on
+
+static int input_colour()
+{
+    return driver.InputFormatFlags & FORMAT_COLOUR;
+}
+
+static void set_input_colour(int mode)
+{
+    driver.InputFormatFlags = static_cast<uint8_t>((driver.InputFormatFlags & ~FORMAT_COLOUR) | mode);
+}
+
+static void set_itu709(bool on)
+{
+    driver.InputFormatFlags =
+        static_cast<uint8_t>(on ? driver.InputFormatFlags | FORMAT_ITU709 : driver.InputFormatFlags & ~FORMAT_ITU709);
+}
+
+void SetVideoInputFormatWithInfoFrame()
+{
+    static constexpr const char* CHOICES[] = {"input RGB24 mode ", "input YUV422 mode ", "input YUV444 mode "};
+    message("SetVideoInputFormatWithInfoFrame(): ");
+    const uint8_t db1 = ReadRxReg(REG_RX_AVI_DB1);
+    printf("REG_RX_AVI_DB1 %02X get uc %02X ", REG_RX_AVI_DB1, db1);
+    driver.saved_avi_db1 = db1;
+
+    const int before = input_colour();
+    const int colour = (db1 & AVI_DB1_COLOUR) >> 5;
+    if (colour == INVALID_COLOUR) {
+        set_input_colour(COLOUR_MODE_RGB);
+        printf("Invalid input color mode, ignore.\n");
+        return;
+    }
+    printf("%s", CHOICES[colour]);
+    set_input_colour(colour);
+    if (colour != before) printf("Input Video mode changed.");
+    ClearRxRegFlags(REG_RX_COLOUR, COLOUR_FORCED);
+}
+
+void SetColorimetryByInfoFrame()
+{
+    message("SetColorimetryByInfoFrame: NewAVIInfoFrameF = %s ", driver.NewAVIInfoFrameF ? "TRUE" : "FALSE");
+    if (!driver.NewAVIInfoFrameF) return;
+    const uint8_t colorimetry = ReadRxReg(REG_RX_AVI_DB2) & AVI_DB2_COLORIMETRY;
+    if (colorimetry == AVI_DB2_ITU601) {
+        printf("F_MODE_ITU601\n");
+        set_itu709(false);
+    } else if (colorimetry == AVI_DB2_ITU709) {
+        printf("F_MODE_ITU709\n");
+        set_itu709(true);
+    }
+}
+
+void SetColorimetryByMode()
+{
+    const VideoMode& mode = driver.s_CurrentVM;
+    set_itu709(mode.HActive == 1920 || (mode.HActive == 1280 && mode.VActive == 720));
+}
+
+void ForceInputColourMode(int mode)
+{
+    static constexpr uint8_t FIELDS[] = {COLOUR_FORCED, COLOUR_FORCED | COLOUR_YUV422, COLOUR_FORCED | COLOUR_YUV444};
+    if (mode < COLOUR_MODE_RGB || mode > COLOUR_MODE_YUV444) {
+        set_input_colour(COLOUR_MODE_RGB);
+        message("Invalid Color mode %d, ignore.\n", mode);
+        return;
+    }
+    set_input_colour(mode);
+    SetRxRegBits(REG_RX_COLOUR, static_cast<uint8_t>(~COLOUR_INPUT), FIELDS[mode]);
+}
+
+// What the converter and the chroma stage of REG_RX_OUTPUT_MODE have to do.
+struct Conversion {
+    uint8_t converter, chroma;
+};
+
+static Conversion to_yuv422(int input, uint8_t down, uint8_t up)
+{
+    switch (input) {
+    case COLOUR_MODE_RGB: return {CONVERTER_RGB_TO_YUV, down};
+    case COLOUR_MODE_YUV422: return {CONVERTER_NONE, up};
+    case COLOUR_MODE_YUV444: return {CONVERTER_NONE, down};
+    default: return {CONVERTER_NONE, 0};
+    }
+}
+
+static Conversion to_yuv444(int input, uint8_t down, uint8_t up)
+{
+    switch (input) {
+    case COLOUR_MODE_RGB: return {CONVERTER_RGB_TO_YUV, 0};
+    case COLOUR_MODE_YUV422: return {CONVERTER_NONE, up != 0 ? up : down};
+    default: return {CONVERTER_NONE, 0};
+    }
+}
+
+static Conversion to_rgb24(int input, uint8_t down, uint8_t up)
+{
+    switch (input) {
+    case COLOUR_MODE_YUV422: return {CONVERTER_YUV_TO_RGB, up != 0 ? up : down};
+    case COLOUR_MODE_YUV444: return {CONVERTER_YUV_TO_RGB, 0};
+    default: return {CONVERTER_NONE, 0};
+    }
+}
+
+static Conversion choose_conversion()
+{
+    const uint8_t down = (driver.OutputFormatFlags & FORMAT_CHROMA_DOWN) != 0 ? OUTPUT_DOWN : 0;
+    const uint8_t up = (driver.OutputFormatFlags & FORMAT_CHROMA_UP) != 0 ? OUTPUT_UP : 0;
+    switch (driver.OutputFormatFlags & FORMAT_COLOUR) {
+    case COLOUR_MODE_YUV422: message("Output mode is YUV422\n"); return to_yuv422(input_colour(), down, up);
+    case COLOUR_MODE_YUV444: message("Output mode is YUV444\n"); return to_yuv444(input_colour(), down, up);
+    case COLOUR_MODE_RGB: message("Output mode is RGB24\n"); return to_rgb24(input_colour(), down, up);
+    default: return {CONVERTER_NONE, 0};
+    }
+}
+
+static void load_converter(bool to_rgb, bool itu709, bool full_range)
+{
+    uint8_t bytes[2 * std::tuple_size_v<Matrix>];
+    uint8_t* next = bytes;
+    for (const uint16_t word : CONVERTER_MATRICES[to_rgb][itu709][full_range]) {
+        *next++ = word & 0xFF;
+        *next++ = static_cast<uint8_t>(word >> 8);
+    }
+    WriteRxBlock(REG_RX_CSC_OFFSET, CONVERTER_OFFSETS[full_range], sizeof CONVERTER_OFFSETS[full_range]);
+    WriteRxBlock(REG_RX_CSC_MATRIX, bytes, sizeof bytes);
+}
+
+void SetCSC()
+{
+    const Conversion conversion = choose_conversion();
+    message("Setting the hdmirx CSC associated registers \n");
+    const bool itu709 = (driver.InputFormatFlags & FORMAT_ITU709) != 0;
+    if (conversion.converter == CONVERTER_RGB_TO_YUV) {
+        const bool limited = (driver.InputFormatFlags & FORMAT_LIMITED_RANGE) != 0;
+        message("CSC = RGB2YUV ");
+        printf("%s", itu709 ? "ITU709 " : "ITU601 ");
+        printf("%s", limited ? " 16-235\n" : " 0-255\n");
+        load_converter(false, itu709, !limited);
+    } else if (conversion.converter == CONVERTER_YUV_TO_RGB) {
+        const bool limited = (driver.OutputFormatFlags & FORMAT_LIMITED_RANGE) != 0;
+        message("CSC = YUV2RGB ");
+        printf("%s", itu709 ? "ITU709 " : "ITU601 ");
+        printf("%s", limited ? "16-235\n" : "0-255\n");
+        load_converter(true, itu709, !limited);
+    }
+    SetRxRegBits(REG_RX_COLOUR, static_cast<uint8_t>(~COLOUR_CONVERTER), conversion.converter);
+    SetRxRegBits(REG_RX_OUTPUT_MODE, static_cast<uint8_t>(~OUTPUT_CHROMA), conversion.chroma);
+}
+
+void ApplyAVIInfo()
+{
+    SetVideoInputFormatWithInfoFrame();
+    SetColorimetryByInfoFrame();
+    SetCSC();
+}
+
+void ApplyDefaultColour()
+{
+    ForceInputColourMode(COLOUR_MODE_RGB);
+    SetColorimetryByMode();
+    SetCSC();
+}
+
+void RXINT_AVIInfoFrame_Chg()
+{
+    driver.NewAVIInfoFrameF = true;
+    if (driver.VState == VSTATE_VideoOn) ApplyAVIInfo();
+    driver.saved_avi_db1 = ReadRxReg(REG_RX_AVI_DB1);
+    driver.saved_avi_db2 = ReadRxReg(REG_RX_AVI_DB2);
+}
+
+void SetHDMIRXVideoOutputFormat(uint8_t output_map, uint8_t output_mode, uint8_t colour_mode)
+{
+    SetRxMute(true);
+    message("SetHDMIRXVideoOutputFormat(%02X,%02X,%02X)\n", output_map, output_mode, colour_mode);
+    WriteRxReg(REG_RX_OUTPUT_MODE, output_mode);
+    WriteRxReg(REG_RX_OUTPUT_MAP, output_map);
+    driver.OutputFormatFlags =
+        static_cast<uint8_t>((driver.OutputFormatFlags & ~FORMAT_COLOUR) | (colour_mode & FORMAT_COLOUR));
+    const uint8_t field = colour_mode == COLOUR_MODE_YUV422   ? OUTPUT_COLOUR_YUV422
+                          : colour_mode == COLOUR_MODE_YUV444 ? OUTPUT_COLOUR_YUV444
+                                                              : OUTPUT_COLOUR_RGB24;
+    const uint8_t value = static_cast<uint8_t>((ReadRxReg(REG_RX_OUTPUT_COLOUR) & ~OUTPUT_COLOUR) | field);
+    WriteRxReg(REG_RX_OUTPUT_COLOUR, value);
+    message("write %02X %02X\n", REG_RX_OUTPUT_COLOUR, value);
+    if (driver.VState != VSTATE_VideoOn) return;
+    if (IsHDMIMode()) {
+        ApplyAVIInfo();
+    } else {
+        ApplyDefaultColour();
+    }
+    SetRxMute(driver.av_mute);
+}
+
+} // namespace capd::rx

@@ -1,0 +1,19 @@
+/**
+ * @file
+ * Bringing the receiver up and its software reset. Main thread only.
+ */
+#pragma once
+
+namespace capd::rx {
+
+/**
+ * Initialise the chip.
+ * @param full true: reset everything first, give the chip 200 ms and enter VSTATE_SWReset with the terminators off;
+ *             false: load the registers and enter VSTATE_PwrOff with the terminators on
+ */
+void InitHDMIRX(bool full);
+
+/** Reset the chip's logic, disconnect from the source and enter VSTATE_SWReset, which connects again. Sleeps 1 ms. */
+void SWReset_HDMIRX();
+
+} // namespace capd::rx

@@ -1,0 +1,168 @@
+#include "hdmirx/src/hdmirx/interrupts.h"
+
+#include "hdmirx/src/hdmirx/access.h"
+#include "hdmirx/src/hdmirx/audio.h"
+#include "hdmirx/src/hdmirx/colour.h"
+#include "hdmirx/src/hdmirx/init.h"
+#include "hdmirx/src/hdmirx/message.h"
+#include "hdmirx/src/hdmirx/registers.h"
+#include "hdmirx/src/hdmirx/video_state.h"
+
+namespace capd::rx {
+
+static constexpr uint16_t VSIF_TICKS = 32; // until the timing is measured again
+
+void RXINT_AVMute_Set()
+{
+    driver.av_mute = true;
+    SetRxAudioMute(true);
+    SetRxMute(true);
+    driver.mute_pending = true;
+    SetRxRegFlags(REG_RX_CTRL2, CTRL2_MUTE_CLEAR);
+    SetRxOutputControl(static_cast<uint8_t>(~OUTPUT_MUTE_IGNORE), 0);
+}
+
+void RXINT_AVMute_Clear()
+{
+    driver.av_mute = false;
+    SetRxOutputControl(static_cast<uint8_t>(~OUTPUT_MUTE_IGNORE), 0);
+    driver.mute_pending = false;
+    if (driver.VState == VSTATE_VideoOn) SetRxMute(false);
+    if (driver.AState == ASTATE_AudioOn) {
+        const uint8_t value = ReadRxReg(REG_RX_AUDIO_RESET);
+        WriteRxReg(REG_RX_AUDIO_RESET, value | AUDIO_RESET_UNMUTE);
+        WriteRxReg(REG_RX_AUDIO_RESET, value & ~AUDIO_RESET_UNMUTE);
+        SetRxAudioMute(false);
+    }
+    ClearRxRegFlags(REG_RX_CTRL2, CTRL2_MUTE_CLEAR);
+}
+
+void RXINT_VSIF_Chg()
+{
+    if (driver.ChipRevision <= CHIP_REV_A2) return;
+    if (ReadRxReg(REG_RX_VSIF_TYPE) == VSIF_TYPE && (ReadRxReg(REG_RX_VSIF_FORMAT) & VSIF_FORMAT) == VSIF_FORMAT_3D) {
+        SetRxRegFlags(REG_RX_3D, THREE_D_PICTURE);
+        ClearRxRegFlags(REG_RX_SYNC_PROC, SYNC_PROC_RUN);
+    }
+    driver.video_timer = VSIF_TICKS;
+}
+
+static void handle_sync_events(uint8_t events)
+{
+    if ((events & INT1_SCDT_OFF) != 0) {
+        message("SCDT Off interrupt\n");
+        if (driver.VState != VSTATE_PwrOff) {
+            message("GetSCDT OFF\n");
+            print_position();
+            SetVState(VSTATE_SyncWait);
+            ++driver.ScdtOffCount;
+        }
+    }
+    if ((events & INT1_5V_ON) != 0 && driver.VState == VSTATE_PwrOff && CheckPlg5VPwr()) {
+        print_position();
+        SetVState(VSTATE_SyncWait);
+    }
+    if ((events & INT1_SCDT_ON) != 0 && driver.VState == VSTATE_SyncWait) {
+        message("SCDT On interrupt\n");
+        if (IsSCDT()) {
+            print_position();
+            SetVState(VSTATE_ColorDetectReset);
+        }
+    }
+}
+
+static void handle_mode_events(uint8_t events)
+{
+    if (driver.VState != VSTATE_VideoOn) return;
+    if ((events & INT1_HDMI_MODE) != 0) {
+        message("HDMI Mode change interrupt.\n");
+        RXINT_VideoMode_Chg();
+    }
+    if ((events & INT1_VIDEO_MODE) != 0) {
+        message("Video mode change interrupt.\n:");
+        RXINT_VideoMode_Chg();
+    }
+}
+
+// Group 1: 5 V, sync and mode. Returns false when the chip was reset and the tick's other events are void.
+static bool handle_group1()
+{
+    ReadRxReg(REG_RX_STATUS);
+    const uint8_t events = ReadRxReg(REG_RX_INT1);
+    if (events == 0) return true;
+    PulseRxReset(PULSE_INT1);
+    if (driver.VState != VSTATE_PwrOff && !CheckPlg5VPwr()) {
+        SWReset_HDMIRX();
+        return false;
+    }
+    if ((events & INT1_5V_OFF) != 0) {
+        message("5V Power Off interrupt\n");
+        ReadRxReg(REG_RX_STATUS);
+        SWReset_HDMIRX();
+    }
+    if (driver.VState == VSTATE_SWReset) return false;
+    handle_sync_events(events);
+    handle_mode_events(events);
+    return true;
+}
+
+// Group 2: AV mute and info frames.
+static void handle_group2()
+{
+    const uint8_t events = ReadRxReg(REG_RX_INT2);
+    const uint8_t more = driver.VState == VSTATE_VideoOn ? ReadRxReg(REG_RX_INT2_EXT) & INT2_EXT_VSIF : 0;
+    if (events == 0 && more == 0) return;
+    PulseRxReset(PULSE_INT2);
+    if ((events & INT2_MUTE_SET) != 0) {
+        message("AVMute set interrupt.\n");
+        DeliverAudioEvent(HDMIRX_EVENT_UNSTABLE);
+        RXINT_AVMute_Set();
+    }
+    if ((events & INT2_NEW_AVI) != 0) {
+        message("New AVI Info Frame Change interrupt\n");
+        if (driver.callback != nullptr) driver.callback(HDMIRX_EVENT_AVI_CHANGE, 0);
+        RXINT_AVIInfoFrame_Chg();
+    }
+    if ((events & INT2_MUTE_CLEAR) != 0) {
+        message("AVMute clear interrupt.\n");
+        RXINT_AVMute_Clear();
+    }
+    if (more != 0) RXINT_VSIF_Chg();
+}
+
+static void handle_audio_error()
+{
+    DeliverAudioEvent(HDMIRX_EVENT_AUDIO_ERROR);
+    RXINT_ResetAudio();
+    ClearRxRegFlags(REG_RX_CTRL3, CTRL3_AUDIO);
+}
+
+// Group 3: audio FIFO, audio errors, and errors that the link's ECC could not mend.
+static void handle_group3()
+{
+    const uint8_t events = ReadRxReg(REG_RX_INT3);
+    if ((events & INT3_FIFO) != 0) {
+        const uint8_t value = ReadRxReg(REG_RX_CTRL3);
+        WriteRxReg(REG_RX_CTRL3, value | CTRL3_FIFO_ACK);
+        sleep_ms(1);
+        WriteRxReg(REG_RX_CTRL3, value & ~CTRL3_FIFO_ACK);
+    }
+    if (driver.VState != VSTATE_VideoOn || (events & (INT3_AUDIO_ERROR | INT3_ECC)) == 0) return;
+    PulseRxReset(PULSE_INT3);
+    if (driver.AState != ASTATE_AudioOff && (events & INT3_AUDIO_ERROR) != 0) handle_audio_error();
+    if ((events & INT3_ECC) != 0) {
+        message("int3 = %02X,ECC error interrupt\n", events);
+        PulseRxReset(PULSE_ECC);
+        sleep_ms(1);
+    }
+}
+
+void RXINT_Handler()
+{
+    if (driver.VState == VSTATE_Off || driver.VState == VSTATE_SWReset) return;
+    if (!handle_group1()) return;
+    handle_group2();
+    handle_group3();
+}
+
+} // namespace capd::rx

@@ -1,0 +1,22 @@
+/**
+ * @file
+ * The receiver's latched events. The chip's interrupt line is not connected; the status registers are polled at the
+ * start of each tick. Main thread only; a tick without events is four or five reads.
+ */
+#pragma once
+
+namespace capd::rx {
+
+/** Read, clear and handle what the chip has latched. Runs the daemon's callback. */
+void RXINT_Handler();
+
+/** The source has set AV mute. */
+void RXINT_AVMute_Set();
+
+/** The source has cleared AV mute. */
+void RXINT_AVMute_Clear();
+
+/** A vendor-specific info frame has come or changed: it may announce a 3D picture. */
+void RXINT_VSIF_Chg();
+
+} // namespace capd::rx

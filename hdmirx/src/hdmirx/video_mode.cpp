@@ -1,0 +1,103 @@
+#include "hdmirx/src/hdmirx/video_mode.h"
+
+#include "hdmirx/src/hdmirx/access.h"
+#include "hdmirx/src/hdmirx/message.h"
+#include "hdmirx/src/hdmirx/registers.h"
+#include "hdmirx/src/hdmirx/state.h"
+
+#include <cstdlib>
+
+namespace capd::rx {
+
+static constexpr uint32_t PCLK_UNKNOWN_KHZ = 1234;
+
+static uint16_t with_high(uint8_t low, int high)
+{
+    return static_cast<uint16_t>(low | (high << 8));
+}
+
+// The chip leaves out the topmost bit of an active size; it is set when the size still fits into the total with it.
+static uint16_t with_top_bit(uint16_t active, int top_bit, uint16_t total)
+{
+    return static_cast<uint16_t>((active | top_bit) < total ? active | top_bit : active);
+}
+
+uint16_t ReadHTotal()
+{
+    const uint8_t low = ReadRxReg(REG_RX_HTOTAL);
+    return with_high(low, ReadRxReg(REG_RX_H_HIGH) & H_HIGH_TOTAL);
+}
+
+uint16_t ReadVTotal()
+{
+    const uint8_t low = ReadRxReg(REG_RX_VTOTAL);
+    return with_high(low, ReadRxReg(REG_RX_V_HIGH) & V_HIGH_TOTAL);
+}
+
+bool ReadProgressive()
+{
+    return (ReadRxReg(REG_RX_SCAN) & SCAN_INTERLACED) == 0;
+}
+
+static void measure_horizontal(VideoMode& mode)
+{
+    const uint8_t total_low = ReadRxReg(REG_RX_HTOTAL);
+    const uint8_t high = ReadRxReg(REG_RX_H_HIGH);
+    mode.HTotal = with_high(total_low, high & H_HIGH_TOTAL);
+    const uint16_t active = with_high(ReadRxReg(REG_RX_HACTIVE), (high & H_HIGH_ACTIVE) >> 4);
+    mode.HActive = with_top_bit(active, 0x800, mode.HTotal);
+    const uint8_t sync_low = ReadRxReg(REG_RX_HSYNC);
+    const uint8_t sync_high = ReadRxReg(REG_RX_HSYNC_HIGH);
+    mode.HSyncWidth = with_high(sync_low, sync_high & HSYNC_HIGH_WIDTH);
+    mode.HFrontPorch = with_high(ReadRxReg(REG_RX_HFRONT), (sync_high & HSYNC_HIGH_FRONT) >> 4);
+    mode.HBackPorch = static_cast<uint16_t>(mode.HTotal - mode.HActive - mode.HSyncWidth - mode.HFrontPorch);
+}
+
+static void measure_vertical(VideoMode& mode)
+{
+    const uint8_t total_low = ReadRxReg(REG_RX_VTOTAL);
+    const uint8_t high = ReadRxReg(REG_RX_V_HIGH);
+    mode.VTotal = with_high(total_low, high & V_HIGH_TOTAL_DETECT);
+    const uint16_t active = with_high(ReadRxReg(REG_RX_VACTIVE), (high & V_HIGH_ACTIVE_DETECT) >> 4);
+    mode.VActive = with_top_bit(active, 0x400, mode.VTotal);
+    mode.VBackPorch = ReadRxReg(REG_RX_VSYNC_TO_DE);
+    mode.VFrontPorch = ReadRxReg(REG_RX_VFRONT);
+    mode.VSyncWidth = 0; // not measured
+}
+
+static bool matches(const VideoMode& row, const VideoMode& mode, bool same_scan)
+{
+    const uint32_t clock_error = row.PCLK > mode.PCLK ? row.PCLK - mode.PCLK : mode.PCLK - row.PCLK;
+    return 100 * clock_error / row.PCLK <= 3 && row.HActive == mode.HActive && abs(row.HTotal - mode.HTotal) <= 4 &&
+           abs(row.VActive - mode.VActive) <= 10 && abs(row.VTotal - mode.VTotal) <= 40 &&
+           (!same_scan || ((row.flags ^ mode.flags) & MODE_PROGRESSIVE) == 0);
+}
+
+static int take_from_table(bool same_scan)
+{
+    for (const VideoMode& row : s_VMTable) {
+        if (!matches(row, driver.s_CurrentVM, same_scan)) continue;
+        driver.s_CurrentVM = row;
+        return 1;
+    }
+    return 0;
+}
+
+int DetectVideoMode()
+{
+    VideoMode& mode = driver.s_CurrentVM;
+    measure_horizontal(mode);
+    measure_vertical(mode);
+    mode.xCnt = ReadRxReg(REG_RX_XCNT);
+    mode.flags = ReadProgressive() ? MODE_PROGRESSIVE : 0;
+    if (mode.xCnt == 0) {
+        message("s_CurrentVM.xCnt == %02x\n", mode.xCnt);
+        mode.PCLK = PCLK_UNKNOWN_KHZ;
+        return 0;
+    }
+    mode.PCLK = XCNT_CLOCK_KHZ / mode.xCnt;
+    // A source may toggle its field flag oddly: better the right size with the wrong scan than no standard mode.
+    return take_from_table(true) != 0 ? 1 : take_from_table(false);
+}
+
+} // namespace capd::rx

@@ -1,0 +1,136 @@
+#include "recorder/capd.h"
+
+#include "devaccess/video_device.h"
+#include "hdmirx/hdmirx.h"
+#include "hdmitx/hdmitx.h"
+#include "platform/platform.h"
+#include "recorder/card.h"
+#include "recorder/edid_passthrough.h"
+#include "recorder/keys.h"
+#include "recorder/log.h"
+#include "recorder/main_loop.h"
+#include "recorder/options.h"
+#include "recorder/status.h"
+#include "services/encoder.h"
+#include "services/encoder_config.h"
+#include "services/key_input.h"
+#include "services/settings.h"
+#include "services/storage.h"
+
+#include <cerrno>
+#include <cstring>
+#include <pthread.h>
+
+namespace capd {
+
+constexpr uint64_t LED_REFRESH_US = 400'000;
+constexpr uint32_t LED_THREAD_SLEEP_US = 10'000;
+
+/** Body of the LED thread: paces the LED engine, except in standby, where the LEDs keep what was written to them. */
+static void* _led_update_thread(void* /*argument*/)
+{
+    const int r = led_init();
+    CAPD_LOG(LOG_INFO, "led_init r=%d\n", r);
+    Timer timer;
+    timer_start(&timer);
+    for (;;) {
+        if (recorder_state() != STATE_POWER_OFF && timer_expired(&timer, LED_REFRESH_US) == 1) led_refresh();
+        platform::sleep_us(LED_THREAD_SLEEP_US);
+    }
+}
+
+static void start_led_thread()
+{
+    pthread_t thread{};
+    errno = pthread_create(&thread, nullptr, _led_update_thread, nullptr);
+    if (errno != 0) CAPD_LOG(LOG_ERR, "Couldn't create thread to update led's, error=%s\n", strerror(errno));
+}
+
+/** Events of the input. Its stability reaches the recorder by polling, so there is nothing to do but tell. */
+static int hdmirx_event_callback(int event, int /*argument*/)
+{
+    switch (event) {
+    case HDMIRX_EVENT_UNSTABLE: CAPD_LOG(LOG_INFO, "Unstable event received, doing nothing\n"); break;
+    case HDMIRX_EVENT_AUDIO_ERROR: CAPD_LOG(LOG_INFO, "Audio error event received, doing nothing\n"); break;
+    case HDMIRX_EVENT_AVI_CHANGE: CAPD_LOG(LOG_INFO, "Avi info frame interrupt event received, doing nothing\n"); break;
+    default: break;
+    }
+    return 0;
+}
+
+static void load_port()
+{
+    int port = 0;
+    config_get_hdmirx_port(&port);
+    const int r = _hdmirx_port_set(port);
+    settings.hdmirx_port = port;
+    if (r != 0) return;
+    const bool first = port == 0;
+    settings.rec_led = first ? PANEL_RECORD_0 : PANEL_RECORD_1;
+    panel_set(PANEL_PORT_0, first ? LED_ON : LED_OFF);
+    panel_set(PANEL_PORT_1, first ? LED_OFF : LED_ON);
+}
+
+static int load_bitrate(int config)
+{
+    long bitrate = 0;
+    const int r = config_get_bitrate(config, &bitrate);
+    if (r == 0) av_rec_set_bitrate(config, bitrate);
+    return r;
+}
+
+/** Take the saved settings over. */
+static void _load_config()
+{
+    load_port();
+    config_get_av_rec_config(&settings.config_no);
+    panel_set(PANEL_CONFIG, settings.config_no == 0 ? LED_OFF : LED_ON);
+    load_bitrate(0);
+    const int r = load_bitrate(1);
+    CAPD_LOG(LOG_INFO, "_load_config r=%d\n", r);
+}
+
+static void start_services()
+{
+    int r = sys_init();
+    CAPD_LOG(LOG_INFO, "sys_init r=%d\n", r);
+    r = config_init();
+    CAPD_LOG(LOG_INFO, "config_init r=%d\n", r);
+    r = storage_init();
+    CAPD_LOG(LOG_INFO, "storage_init r=%d\n", r);
+    r = av_init();
+    CAPD_LOG(LOG_INFO, "av_init r=%d\n", r);
+    start_led_thread();
+    r = runner_init();
+    CAPD_LOG(LOG_INFO, "runner_init r=%d\n", r);
+    r = keyinput_init();
+    CAPD_LOG(LOG_INFO, "keyinput_init r=%d\n", r);
+}
+
+static void start_drivers()
+{
+    int r = hdmirx_init();
+    CAPD_LOG(LOG_INFO, "hdmirx_init=%d\n", r);
+    r = hdmitx_init();
+    CAPD_LOG(LOG_INFO, "Blanking hdmitx\n");
+    hdmitx_blank(); // until the main loop finds the input stable
+    CAPD_LOG(LOG_INFO, "hdmitx_init=%d\n", r);
+    hdmitx_set_edid_callback(edid_data_callback);
+    hdmirx_set_callback(hdmirx_event_callback);
+}
+
+int run(int argc, char* argv[])
+{
+    parse_options(argc, argv);
+    start_services();
+    _load_config();
+    panel_set(PANEL_POWER, LED_ON);
+    _storage_measure();
+    start_drivers();
+    _key_poll(); // a key pressed before the box was up is dropped; a self-test runs its first step
+    LoopTimers timers = main_loop_timers();
+    for (int i = 0; i < 3; ++i) hdmirx_run();
+    for (;;) main_loop_pass(&timers);
+}
+
+} // namespace capd

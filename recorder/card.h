@@ -1,0 +1,44 @@
+/**
+ * @file
+ * The card as the recorder uses it: mounted only while a file is recorded or while the free space is measured, its
+ * free space shown on the storage bar. Main thread only; each call blocks for its shell lines, an unmount of a busy
+ * card for three seconds.
+ */
+#pragma once
+
+#include <cstdint>
+
+namespace capd {
+
+/** Mount the card unless it is mounted. @return 0, or what storage_mount() returned */
+int _storage_mount();
+
+/** Unmount the card if it is mounted, trying four times a second apart. @return 0, or 1: it stays mounted */
+int _storage_umount();
+
+/**
+ * Measure the mounted card's free space and show it on the bar. A read-only card darkens the bar and shows
+ * RecorderError::CardNotWritable; what was measured before is kept when nothing can be measured.
+ * @return 0, or the result of the check that failed
+ */
+int _storage_check_led_update();
+
+/** Mount the card, measure it and unmount it again. @return the result of the mount that failed, or of the unmount */
+int _storage_measure();
+
+/** Take the size of the file just closed off the free space. @return 0 */
+int _sddisk_available_kb_update();
+
+/**
+ * Show the free space on the bar, which fills up as the card does; below the hard limit it blinks as a whole.
+ * @return 0
+ */
+int _storage_led_bar_update(unsigned long free_kb);
+
+/** Darken the bar: no card, or one that cannot be written. */
+void _storage_led_bar_clear();
+
+/** Say whether the free space is known and below the hard limit. */
+bool _storage_is_full();
+
+} // namespace capd

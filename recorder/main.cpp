@@ -1,0 +1,6 @@
+#include "recorder/capd.h"
+
+int main(int argc, char* argv[])
+{
+    return capd::run(argc, argv);
+}

@@ -1,0 +1,82 @@
+#include "recorder/self_test.h"
+
+#include "recorder/keys.h"
+#include "recorder/recording.h"
+#include "recorder/status.h"
+
+#include <array>
+#include <cstdio>
+#include <span>
+
+namespace capd {
+
+struct TestStep {
+    Action action;
+    int32_t argument;
+    int32_t delay_ms; ///< from this step's start to the next one's
+};
+
+// clang-format off
+constexpr TestStep FAST_STEPS[] = {
+    {_power_on,             0, 0},
+    {_power_off,            0, 0},
+    {_power_on,             0, 0},
+    {_hdmirx_port_select,   0, 0},
+    {_av_rec_config_select, 0, 0},
+    {_av_rec_start,         0, 0},
+    {_av_rec_stop,          0, 0},
+    {_hdmirx_port_select,   1, 0},
+    {_av_rec_config_select, 1, 0},
+    {_av_rec_start,         0, 0},
+    {_av_rec_stop,          0, 0},
+};
+constexpr TestStep SLOW_STEPS[] = {
+    {_power_on,             0, 2000},
+    {_power_off,            0, 2000},
+    {_power_on,             0, 2000},
+    {_hdmirx_port_select,   0, 2000},
+    {_av_rec_config_select, 0, 2000},
+    {_av_rec_start,         0, 5000},
+    {_av_rec_stop,          0, 5000},
+    {_hdmirx_port_select,   1, 2000},
+    {_av_rec_config_select, 1, 2000},
+    {_av_rec_start,         0, 5000},
+    {_av_rec_stop,          0, 5000},
+};
+constexpr TestStep RECORDING_STEPS[] = {
+    {_hdmirx_port_select,   0, 0},
+    {_av_rec_config_select, 0, 3000},
+    {_av_rec_start,         0, 10000},
+    {_av_rec_stop,          0, 0},
+    {_hdmirx_port_select,   1, 0},
+    {_av_rec_config_select, 1, 3000},
+    {_av_rec_start,         0, 10000},
+    {_av_rec_stop,          0, 0},
+    {_hdmirx_port_select,   0, 0},
+    {_av_rec_config_select, 0, 0},
+    {_hdmirx_port_select,   1, 0},
+    {_av_rec_config_select, 1, 0},
+};
+// clang-format on
+
+/** By sequence number. */
+constexpr std::array<std::span<const TestStep>, 3> SEQUENCES = {FAST_STEPS, SLOW_STEPS, RECORDING_STEPS};
+
+bool self_test_exists(int sequence)
+{
+    return sequence >= 0 && sequence < static_cast<int>(SEQUENCES.size());
+}
+
+void self_test_run()
+{
+    if (timer_expired(&status.test_timer, status.test_delay_us) != 1) return;
+    const std::span<const TestStep> steps = SEQUENCES[static_cast<size_t>(settings.test_sequence)];
+    const TestStep& step = steps[static_cast<size_t>(status.test_step)];
+    printf(">> Run test function %d, delay after %dmsec\n", status.test_step, step.delay_ms);
+    step.action(step.argument);
+    status.test_delay_us = static_cast<uint64_t>(step.delay_ms) * 1000;
+    status.test_step++;
+    if (status.test_step == static_cast<int32_t>(steps.size())) status.test_step = 0;
+}
+
+} // namespace capd

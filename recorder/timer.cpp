@@ -1,0 +1,36 @@
+#include "recorder/timer.h"
+
+#include "platform/platform.h"
+
+namespace capd {
+
+static void set_to(Timer* timer, const platform::WallTime& now)
+{
+    timer->seconds = static_cast<int32_t>(now.seconds);
+    timer->microseconds = now.microseconds;
+}
+
+void timer_reset(Timer* timer)
+{
+    *timer = {};
+}
+
+void timer_start(Timer* timer)
+{
+    set_to(timer, platform::wall_time());
+}
+
+int timer_expired(Timer* timer, uint64_t interval_us)
+{
+    if (timer->seconds == 0) return -1;
+    const platform::WallTime now = platform::wall_time();
+    // The difference modulo 2^32 is right on both sides of 2038, when the 32-bit seconds turn negative.
+    const int64_t seconds =
+        static_cast<int32_t>(static_cast<uint32_t>(now.seconds) - static_cast<uint32_t>(timer->seconds));
+    const int64_t elapsed_us = seconds * 1'000'000 + (now.microseconds - timer->microseconds);
+    if (static_cast<uint64_t>(elapsed_us) < interval_us) return 0;
+    set_to(timer, now);
+    return 1;
+}
+
+} // namespace capd

@@ -1,0 +1,223 @@
+#include "services/encoder.h"
+
+#include "platform/platform.h"
+#include "services/encoder_config.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <fcntl.h>
+#include <pthread.h>
+#include <sys/ipc.h>
+#include <sys/msg.h>
+#include <sys/types.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace capd {
+
+namespace {
+
+constexpr char SCRIPT_DIRECTORY[] = "/kxbin";
+constexpr char SCRIPT[] = "/kxbin/enc.sh";
+constexpr char SCRIPT_NAME[] = "./enc.sh"; // what the script sees as its own name
+constexpr char STOP_COMMAND = 'q';
+constexpr int EXEC_FAILED = 127; // what a shell ends with when there is no such command
+
+constexpr char MODULE[] = "runner.c"; // the runner's name in its messages
+constexpr key_t QUEUE_KEY = 0x2027;
+constexpr int QUEUE_FLAGS = IPC_CREAT | 0666;
+constexpr size_t MESSAGE_SIZE = 64;
+
+struct Message {
+    long type;
+    char body[MESSAGE_SIZE];
+};
+
+struct Runner {
+    pid_t pid;
+    int dead;      // the child's end was seen
+    int read_end;  // the child's end of the stop pipe, closed here once the child has it
+    int write_end; // not 0 exactly while an encoder is considered running
+    int64_t start_seconds;
+    int32_t start_microseconds;
+};
+Runner runner;
+int queue = -1;
+
+/** What the child needs, prepared before the fork: the child itself does nothing but system calls. */
+struct ChildArguments {
+    const char* directory;
+    const char* script;
+    const char* config_file;
+    const char* output_filename;
+};
+
+/** Move a descriptor above the standard ones, so that it is neither a standard stream nor 0. @return it, or -1 */
+int lift(int fd)
+{
+    if (fd > STDERR_FILENO) return fd;
+    const int lifted = fcntl(fd, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    close(fd);
+    return lifted;
+}
+
+/**
+ * Make the stop pipe. No other child may inherit it: while anyone else holds the write end, closing ours is not seen.
+ * A daemon that was started without standard streams gets ends that are numbered like them; those are moved.
+ */
+bool make_pipe(int& read_end, int& write_end)
+{
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) != 0) return false;
+    read_end = lift(ends[0]);
+    write_end = lift(ends[1]);
+    if (read_end >= 0 && write_end >= 0) return true;
+    if (read_end >= 0) close(read_end);
+    if (write_end >= 0) close(write_end);
+    return false;
+}
+
+/** End a child that is not the encoder. Past stdio: its copy of the parent's pending output must not go out as well. */
+[[noreturn]] void end_failed_child(int error)
+{
+    char line[160];
+    snprintf(line, sizeof(line), "execlp error when running enc.sh, strerror=%s", strerror(error));
+    [[maybe_unused]] const ssize_t written = write(STDOUT_FILENO, line, strlen(line));
+    _exit(EXEC_FAILED);
+}
+
+/** The child: become the encoder with the pipe as its standard input. */
+[[noreturn]] void run_child(int read_end, int write_end, const ChildArguments& arguments)
+{
+    close(write_end);
+    dup2(read_end, STDIN_FILENO);
+    close(read_end);
+    if (chdir(arguments.directory) == 0)
+        execlp(arguments.script, SCRIPT_NAME, arguments.config_file, arguments.output_filename,
+               static_cast<char*>(nullptr));
+    end_failed_child(errno);
+}
+
+/**
+ * Write the stop command to an encoder that may be gone. The signal that this raises for the thread is held back and
+ * taken away: ending the daemon is no answer to it, and ignoring it for the process would make the children ignore it.
+ */
+void send_stop(int fd)
+{
+    sigset_t broken_pipe;
+    sigset_t previous;
+    sigset_t pending;
+    sigemptyset(&broken_pipe);
+    sigaddset(&broken_pipe, SIGPIPE);
+    sigemptyset(&pending);
+    sigpending(&pending);
+    const bool was_pending = sigismember(&pending, SIGPIPE) == 1;
+    pthread_sigmask(SIG_BLOCK, &broken_pipe, &previous);
+    const ssize_t written = write(fd, &STOP_COMMAND, 1);
+    if (written < 0 && errno == EPIPE && !was_pending) {
+        constexpr timespec NO_WAIT{0, 0};
+        while (sigtimedwait(&broken_pipe, nullptr, &NO_WAIT) < 0 && errno == EINTR) {}
+    }
+    pthread_sigmask(SIG_SETMASK, &previous, nullptr);
+}
+
+void wait_for_end(pid_t pid)
+{
+    while (waitpid(pid, nullptr, 0) < 0 && errno == EINTR) {}
+}
+
+void forget_write_end()
+{
+    if (runner.write_end != 0) close(runner.write_end);
+    runner.write_end = 0;
+}
+
+} // namespace
+
+int av_init()
+{
+    return 0;
+}
+
+int av_rec_start(int config_no, const char* output_filename)
+{
+    if (runner.write_end != 0) return -2;
+    // Mapped here: the mapping may take locks that another thread holds at the fork. The output is the script's to map.
+    char directory[platform::PATH_SIZE];
+    char script[platform::PATH_SIZE];
+    const ChildArguments arguments = {platform::map_path(SCRIPT_DIRECTORY, directory),
+                                      platform::map_path(SCRIPT, script), av_rec_config_file(config_no),
+                                      output_filename};
+    int read_end = -1;
+    int write_end = -1;
+    if (!make_pipe(read_end, write_end)) return -1;
+    const pid_t pid = fork();
+    if (pid == 0) run_child(read_end, write_end, arguments);
+    if (pid < 0) {
+        close(read_end);
+        close(write_end);
+        return -1;
+    }
+    const platform::WallTime now = platform::wall_time();
+    close(read_end);
+    runner = {pid, 0, read_end, write_end, now.seconds, now.microseconds};
+    return 0;
+}
+
+int av_rec_stop()
+{
+    if (runner.dead != 0) {
+        printf("Video recording process is dead!\n");
+        forget_write_end();
+        return 2;
+    }
+    if (runner.write_end == 0) return 1;
+    send_stop(runner.write_end);
+    forget_write_end();
+    wait_for_end(runner.pid);
+    return 0;
+}
+
+int av_rec_isok()
+{
+    if (runner.pid <= 0) return 0; // would ask for any child
+    int status = 0;
+    const pid_t ended = waitpid(runner.pid, &status, WNOHANG);
+    if (ended <= 0) return 0;
+    printf("Child %ld terminated\n", static_cast<long>(ended));
+    runner.dead = 1;
+    return 1;
+}
+
+unsigned long av_rec_elapsed_ms()
+{
+    if (runner.start_seconds == 0) return 0;
+    return static_cast<unsigned long>((platform::wall_time().seconds - runner.start_seconds) * 1000);
+}
+
+int runner_init()
+{
+    queue = msgget(QUEUE_KEY, QUEUE_FLAGS);
+    if (queue >= 0) return 0;
+    const int error = errno;
+    printf("%s: Error in creating message queue (keyid=%d)\n", MODULE, QUEUE_KEY);
+    return -error;
+}
+
+int runner_receive_message(int* type)
+{
+    Message message;
+    if (msgrcv(queue, &message, MESSAGE_SIZE, 0, IPC_NOWAIT) < 0) {
+        const int result = -errno;
+        if (result != -ENOMSG) printf("%s: msgrcv errno(%d)\n", MODULE, result);
+        return result;
+    }
+    *type = static_cast<int>(message.type);
+    printf("%s: msgrcv type(%d)\n", MODULE, *type);
+    return 0;
+}
+
+} // namespace capd

@@ -1,0 +1,75 @@
+#include "tests/support/bench.h"
+
+#include <cstdio>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <vector>
+
+namespace bench {
+
+std::string ask(std::string_view line)
+{
+    const emu::Reply reply = box().command(line);
+    EXPECT_TRUE(reply.ok) << reply.text;
+    return reply.text;
+}
+
+void tell(std::string_view line)
+{
+    ask(line);
+}
+
+void run_for(std::chrono::microseconds duration)
+{
+    emu::inprocess_sleep(static_cast<emu::Micros>(duration.count()));
+}
+
+std::chrono::microseconds now()
+{
+    return std::chrono::microseconds(box().time().now());
+}
+
+Output::Output()
+{
+    std::fflush(nullptr);
+    char name[] = "/tmp/output-XXXXXX";
+    file_ = mkostemp(name, O_APPEND | O_CLOEXEC);
+    unlink(name);
+    for (int fd = 0; fd < 3; ++fd) {
+        saved_[fd] = fcntl(fd, F_DUPFD_CLOEXEC, 3);
+        dup2(file_, fd);
+    }
+}
+
+Output::~Output()
+{
+    std::fflush(nullptr);
+    for (int fd = 0; fd < 3; ++fd) {
+        dup2(saved_[fd], fd);
+        close(saved_[fd]);
+    }
+    close(file_);
+}
+
+std::string Output::take()
+{
+    std::fflush(nullptr);
+    struct stat info {};
+    fstat(file_, &info);
+    std::string text(static_cast<size_t>(info.st_size - taken_), '\0');
+    const ssize_t got = pread(file_, text.data(), text.size(), taken_);
+    text.resize(got > 0 ? static_cast<size_t>(got) : 0);
+    taken_ += static_cast<long>(text.size());
+    return text;
+}
+
+size_t count(std::string_view text, std::string_view wanted)
+{
+    size_t found = 0;
+    for (size_t at = text.find(wanted); at != std::string_view::npos; at = text.find(wanted, at + wanted.size()))
+        ++found;
+    return found;
+}
+
+} // namespace bench
