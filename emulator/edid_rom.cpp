@@ -119,14 +119,15 @@ void add_edid_rom_commands(CommandTable& commands, EdidRom& rom)
 {
     commands.add("rom load", "FILE   put a file's bytes into the input's EDID ROM",
                  [&rom](Args& args) { return load_command(rom, args); });
-    commands.add("rom save", "FILE   write the bytes of the input's EDID ROM to a file of this machine", [&rom](Args& args) {
-        const std::string name = args.word("a file");
-        args.end();
-        std::ofstream file(name, std::ios::binary);
-        for (const uint8_t byte : rom.bytes()) file.put(static_cast<char>(byte));
-        if (!file.flush()) args.refuse("cannot be written");
-        return Reply{};
-    });
+    commands.add("rom save", "FILE   write the bytes of the input's EDID ROM to a file of this machine",
+                 [&rom](Args& args) {
+                     const std::string name = args.word("a file");
+                     args.end();
+                     std::ofstream file(name, std::ios::binary);
+                     for (const uint8_t byte : rom.bytes()) file.put(static_cast<char>(byte));
+                     if (!file.flush()) args.refuse("cannot be written");
+                     return Reply{};
+                 });
     commands.add("rom fill", "BYTE   fill the input's EDID ROM", [&rom](Args& args) {
         const auto value = static_cast<uint8_t>(args.number("a byte", 0, 255));
         args.end();

@@ -164,8 +164,8 @@ void ReceiverChip::on_change(int port, Source::Change change)
 }
 
 /**
- * The board's switch leads the selected connector to the chip's port 0, the one that the firmware uses; connector 1 has a
- * 5 V line of its own to the chip besides.
+ * The board's switch leads the selected connector to the chip's port 0, the one that the firmware uses; connector 1 has
+ * a 5 V line of its own to the chip besides.
  */
 void ReceiverChip::update_power()
 {

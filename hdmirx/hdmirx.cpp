@@ -10,7 +10,6 @@
 #include "hdmirx/src/hdmirx/video_state.h"
 #include "hdmitx/board.h"
 
-#include <cmath>
 #include <cstdio>
 
 namespace capd {
@@ -148,7 +147,7 @@ int hdmirx_get_frame_rate()
     const uint16_t vtotal = ReadVTotal();
     if (xcnt == 0 || htotal == 0 || vtotal == 0) return -1;
     const uint32_t centihertz = ((XCNT_CLOCK_KHZ / xcnt) * 1000 / htotal) * 100 / vtotal;
-    const int rate = static_cast<int>(std::round(centihertz / 100.0));
+    const auto rate = static_cast<int>((uint64_t{centihertz} + 50) / 100); // to the nearest, halves upwards
     return rate <= 26 ? 24 : rate <= 35 ? 30 : rate <= 54 ? rate : 60;
 }
 
