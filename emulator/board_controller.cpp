@@ -85,7 +85,7 @@ void BoardController::on_control(std::function<void()> changed)
 
 uint8_t BoardController::leds(int group) const
 {
-    return registers_.at(static_cast<size_t>(LED_GROUP_0 + group));
+    return registers_.at(LED_GROUP_0 + static_cast<size_t>(group));
 }
 
 LedLook BoardController::look(int group, int index) const

@@ -63,7 +63,10 @@ protected:
     void write_register(uint8_t reg, uint8_t value) override;
 
 private:
-    static size_t slot(int group, int index) { return static_cast<size_t>(group * LEDS_PER_GROUP + index); }
+    static size_t slot(int group, int index)
+    {
+        return static_cast<size_t>(group) * LEDS_PER_GROUP + static_cast<size_t>(index);
+    }
     void light(int group, uint8_t value);
 
     const Timeline& time_;

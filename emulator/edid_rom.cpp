@@ -93,8 +93,10 @@ static std::string describe_rom(const EdidRom& rom)
     std::string text;
     char part[8];
     for (size_t i = 0; i < rom.bytes().size(); ++i) {
-        std::snprintf(part, sizeof part, i % 16 == 0 ? "%02zx:" : "", i);
-        text += part;
+        if (i % 16 == 0) {
+            std::snprintf(part, sizeof part, "%02zx:", i);
+            text += part;
+        }
         std::snprintf(part, sizeof part, " %02x%s", rom.bytes()[i], i % 16 == 15 ? "\n" : "");
         text += part;
     }

@@ -2,6 +2,7 @@
 
 #include "emulator/commands.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -65,8 +66,8 @@ int NvramDevice::get(char* record) const
     if (!terminated(record, NAME_SIZE)) return -EINVAL;
     const auto found = store_.find(record);
     if (found == store_.end()) return -ENOENT;
-    std::memset(record + NAME_SIZE, 0, VALUE_SIZE);
-    std::memcpy(record + NAME_SIZE, found->second.data(), found->second.size());
+    std::fill_n(record + NAME_SIZE, VALUE_SIZE, '\0');
+    found->second.copy(record + NAME_SIZE, VALUE_SIZE - 1);
     return 0;
 }
 
@@ -183,6 +184,7 @@ static Reply refuse_command(NvramDevice& nvram, Args& args)
         {"all", NvramDevice::ALL_OPERATIONS},
     };
     std::vector<std::string> names;
+    names.reserve(WHAT.size());
     for (const auto& [name, mask] : WHAT) names.push_back(name);
     const std::string wanted = args.choice(names);
     args.end();

@@ -154,14 +154,15 @@ int hdmirx_get_frame_rate()
 int hdmirx_debug(int port)
 {
     const int stable = hdmirx_is_stable(port);
-    printf("---HDMI_RX debug----\n");
-    printf("port %d\n", hdmirx_get_port());
-    printf("stable? %d\n", stable);
-    printf("interlaced? %d\n", hdmirx_is_interlaced());
-    printf("active width %dpx\n", hdmirx_get_width());
-    printf("active height %dpx\n", hdmirx_get_height());
-    printf("frame rate %d\n", hdmirx_get_frame_rate());
-    return printf("---HDMI_RX debug done---\n");
+    int count = printf("---HDMI_RX debug----\n");
+    count += printf("port %d\n", hdmirx_get_port());
+    count += printf("stable? %d\n", stable);
+    count += printf("interlaced? %d\n", hdmirx_is_interlaced());
+    count += printf("active width %dpx\n", hdmirx_get_width());
+    count += printf("active height %dpx\n", hdmirx_get_height());
+    count += printf("frame rate %d\n", hdmirx_get_frame_rate());
+    count += printf("---HDMI_RX debug done---\n");
+    return count;
 }
 
 } // namespace capd

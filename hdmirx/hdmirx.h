@@ -62,7 +62,7 @@ int hdmirx_get_height();
 /** @return Hz class: 24, 30, the measured 36 to 54, or 60; -1 when it cannot be measured */
 int hdmirx_get_frame_rate();
 
-/** Print the debug block. @return characters printed by its last line */
+/** Print the debug block. @return characters printed */
 int hdmirx_debug(int port);
 
 } // namespace capd

@@ -43,7 +43,7 @@ static void start_led_thread()
 {
     pthread_t thread{};
     errno = pthread_create(&thread, nullptr, _led_update_thread, nullptr);
-    if (errno != 0) CAPD_LOG(LOG_ERR, "Couldn't create thread to update led's, error=%s\n", strerror(errno));
+    if (errno != 0) CAPD_LOG_AS("main", LOG_ERR, "Couldn't create thread to update led's, error=%s\n", strerror(errno));
 }
 
 /** Events of the input. Its stability reaches the recorder by polling, so there is nothing to do but tell. */
@@ -90,31 +90,33 @@ static void _load_config()
     CAPD_LOG(LOG_INFO, "_load_config r=%d\n", r);
 }
 
+// The start-up sequence is logged under the name of the function that it is: main.
+
 static void start_services()
 {
     int r = sys_init();
-    CAPD_LOG(LOG_INFO, "sys_init r=%d\n", r);
+    CAPD_LOG_AS("main", LOG_INFO, "sys_init r=%d\n", r);
     r = config_init();
-    CAPD_LOG(LOG_INFO, "config_init r=%d\n", r);
+    CAPD_LOG_AS("main", LOG_INFO, "config_init r=%d\n", r);
     r = storage_init();
-    CAPD_LOG(LOG_INFO, "storage_init r=%d\n", r);
+    CAPD_LOG_AS("main", LOG_INFO, "storage_init r=%d\n", r);
     r = av_init();
-    CAPD_LOG(LOG_INFO, "av_init r=%d\n", r);
+    CAPD_LOG_AS("main", LOG_INFO, "av_init r=%d\n", r);
     start_led_thread();
     r = runner_init();
-    CAPD_LOG(LOG_INFO, "runner_init r=%d\n", r);
+    CAPD_LOG_AS("main", LOG_INFO, "runner_init r=%d\n", r);
     r = keyinput_init();
-    CAPD_LOG(LOG_INFO, "keyinput_init r=%d\n", r);
+    CAPD_LOG_AS("main", LOG_INFO, "keyinput_init r=%d\n", r);
 }
 
 static void start_drivers()
 {
     int r = hdmirx_init();
-    CAPD_LOG(LOG_INFO, "hdmirx_init=%d\n", r);
+    CAPD_LOG_AS("main", LOG_INFO, "hdmirx_init=%d\n", r);
     r = hdmitx_init();
-    CAPD_LOG(LOG_INFO, "Blanking hdmitx\n");
+    CAPD_LOG_AS("main", LOG_INFO, "Blanking hdmitx\n");
     hdmitx_blank(); // until the main loop finds the input stable
-    CAPD_LOG(LOG_INFO, "hdmitx_init=%d\n", r);
+    CAPD_LOG_AS("main", LOG_INFO, "hdmitx_init=%d\n", r);
     hdmitx_set_edid_callback(edid_data_callback);
     hdmirx_set_callback(hdmirx_event_callback);
 }

@@ -196,13 +196,13 @@ static void run_state(int32_t state)
 static void poll_input()
 {
     const int r = hdmirx_run();
-    if (r != 0) CAPD_LOG(LOG_WARNING, "hdmirx_run=%d\n", r);
+    if (r != 0) CAPD_LOG_AS("main", LOG_WARNING, "hdmirx_run=%d\n", r);
 }
 
 static void poll_output()
 {
     const int r = hdmitx_run();
-    if (r != 0) CAPD_LOG(LOG_WARNING, "hdmitx_run=%d\n", r);
+    if (r != 0) CAPD_LOG_AS("main", LOG_WARNING, "hdmitx_run=%d\n", r);
 }
 
 static void poll_keys()

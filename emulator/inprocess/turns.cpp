@@ -11,14 +11,24 @@ thread_local Turns::Thread* Turns::self_ = nullptr;
 Turns::Thread* Turns::add(Micros wake)
 {
     const std::lock_guard guard(lock_);
-    threads_.push_back(std::make_unique<Thread>(wake, ++order_));
+    threads_.emplace_back(new Thread{.wake = wake, .order = ++order_, .turn = std::binary_semaphore(0)});
     return threads_.back().get();
+}
+
+/** Threads that this process has; some may belong to what runs it, such as an emulator of its processor. */
+static size_t count_tasks()
+{
+    namespace fs = std::filesystem;
+    std::error_code error;
+    return static_cast<size_t>(
+        std::distance(fs::directory_iterator("/proc/self/task", error), fs::directory_iterator()));
 }
 
 void Turns::join()
 {
     if (self_ != nullptr) return;
     const bool first = threads_.empty(); // the bench, before any other thread exists
+    if (first) foreign_ = count_tasks() - 1;
     self_ = add(time_.now());
     if (!first) self_->turn.acquire();
 }
@@ -47,16 +57,17 @@ Turns::Thread* Turns::next()
     return first;
 }
 
-/** A thread that the daemon has just created joins by itself; until it has, time must not move, or runs would differ.
+/**
+ * A thread that the daemon has just created joins by itself; until it has, time must not move, or runs would differ. It
+ * takes a moment on a busy machine; one that never uses the box is not waited for longer than two seconds.
  */
 void Turns::wait_for_strangers()
 {
-    namespace fs = std::filesystem;
-    for (int tries = 0; tries < 100; ++tries) {
-        std::error_code error;
-        const auto tasks = std::distance(fs::directory_iterator("/proc/self/task", error), fs::directory_iterator());
-        const std::lock_guard guard(lock_);
-        if (error || static_cast<size_t>(tasks) <= threads_.size()) break;
+    for (int tries = 0; tries < 2000; ++tries) {
+        {
+            const std::lock_guard guard(lock_);
+            if (count_tasks() <= threads_.size() + foreign_) return;
+        }
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
 }

@@ -42,6 +42,7 @@ private:
     std::mutex lock_;
     std::vector<std::unique_ptr<Thread>> threads_;
     uint64_t order_ = 0;
+    size_t foreign_ = 0;     ///< threads of the process that are none of the daemon's or the bench's
     bool strangers_ = false; ///< a started thread may have started others that have not joined yet
     static thread_local Thread* self_;
 };

@@ -59,9 +59,9 @@ void Server::listen_at(const std::string& path)
     if (listener_ < 0) throw failure("socket");
     if (::bind(listener_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
         ::listen(listener_, 16) != 0) {
-        const auto error = failure(path);
+        const int error = errno;
         ::close(listener_);
-        throw error;
+        throw std::runtime_error(path + ": " + std::strerror(error));
     }
 }
 

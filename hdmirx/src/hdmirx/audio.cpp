@@ -83,11 +83,8 @@ int GetAudioChannelStatus(ChannelStatus& status)
     const uint8_t kind = GetAudioType() & AUDIO_TYPE_KIND;
     if (kind == AUDIO_TYPE_NONE || kind == AUDIO_TYPE_DSD) return 0;
     for (uint8_t i = 0; i < 3; ++i) status[i] = ReadRxReg(static_cast<uint8_t>(REG_RX_CHANNEL_STATUS + i));
-    uint8_t fs = ReadAudioFs();
-    if (kind == AUDIO_TYPE_HBR) {
-        status[0] |= CHANNEL_NOT_LPCM;
-        fs = FS_CODE_HBR;
-    }
+    const uint8_t fs = kind == AUDIO_TYPE_HBR ? FS_CODE_HBR : ReadAudioFs();
+    if (kind == AUDIO_TYPE_HBR) status[0] |= CHANNEL_NOT_LPCM;
     const uint8_t rest = ReadRxReg(REG_RX_CHANNEL_STATUS_3);
     status[3] = static_cast<uint8_t>(fs | ((rest & CHANNEL_CLOCK) << 4));
     status[4] = static_cast<uint8_t>((rest & CHANNEL_WORD) >> 4 | ((~fs & AUDIO_FS_CODE) << 4));

@@ -91,7 +91,7 @@ static bool handle_group1()
     const uint8_t events = ReadRxReg(REG_RX_INT1);
     if (events == 0) return true;
     PulseRxReset(PULSE_INT1);
-    if (driver.VState != VSTATE_PwrOff && !CheckPlg5VPwr()) {
+    if (!CheckPlg5VPwr() && driver.VState != VSTATE_PwrOff) {
         SWReset_HDMIRX();
         return false;
     }
