@@ -1,5 +1,6 @@
 #include "tests/support/bench.h"
 
+#include <array>
 #include <cstdio>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -49,7 +50,16 @@ Output::~Output()
         dup2(saved_[fd], fd);
         close(saved_[fd]);
     }
+    if (testing::Test::HasFailure()) show(); // what the test framework said of it went into the file, too
     close(file_);
+}
+
+void Output::show() const
+{
+    std::array<char, 4096> part;
+    ssize_t got = 0;
+    for (off_t at = 0; (got = pread(file_, part.data(), part.size(), at)) > 0; at += got)
+        std::fwrite(part.data(), 1, static_cast<size_t>(got), stdout);
 }
 
 std::string Output::take()

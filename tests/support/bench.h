@@ -47,6 +47,8 @@ public:
     std::string take();
 
 private:
+    void show() const;
+
     int file_;
     int saved_[3];
     long taken_ = 0;

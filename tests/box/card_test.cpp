@@ -1,0 +1,159 @@
+// The card: missing, full, write-protected, pulled, busy; the storage bar.
+#include "tests/box/recorder_box.h"
+
+namespace bench {
+
+// Catches: a card that is measured in the wrong unit, a threshold that counts at the wrong side, a bar that is dark
+// while the card is full, and a card that stays mounted after it was measured.
+TEST(Card, BarShowsItsFreeSpaceWheneverOneIsPutIn)
+{
+    static constexpr struct {
+        const char* what;
+        const char* size; // 32 768 are held back, four more are used: the number file and its folder
+        const char* bar;
+    } rows[] = {
+        {"1 TiB", "card size 1073741824", "------"},       {"32 GB", "card size 31166976", "O-----"},
+        {"below 16 GiB", "card size 16809984", "OO----"},  {"below 8 GiB", "card size 8421376", "OOO---"},
+        {"below 2 GiB", "card size 2129920", "OOOO--"},    {"below 512 MiB", "card size 557056", "OOOOO-"},
+        {"above the limit", "card size 163860", "OOOOO-"}, {"below the limit", "card size 163840", "******"},
+    };
+    RecorderBox recorder;
+    recorder.start();
+    EXPECT_EQ(count(recorder.log(), ":_check_storage_event->Storage removed\n"), 1u);
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        tell(row.size);
+        tell("card write .media_fileno 1");
+        tell("card insert");
+        run_for(4s);
+        EXPECT_EQ(missing_in_order(recorder.log(), {":_check_storage_event->New storage was added\n",
+                                                    ":_storage_check_led_update->sddisk_available_kb: ",
+                                                    ":_storage_check_led_update->storage_hard_limit: 131072kb\n",
+                                                    ":_storage_umount->umount sddisk succeedeed\n"}),
+                  "");
+        EXPECT_EQ(recorder.bar(), row.bar);
+        EXPECT_FALSE(box().card().mounted());
+        tell("card remove");
+        run_for(4s);
+        EXPECT_EQ(recorder.bar(), "------");
+        EXPECT_EQ(count(recorder.log(), ":_check_storage_event->Storage removed\n"), 1u);
+    }
+}
+
+// Catches: a start on a card that cannot take the file, an indication that names another fault, and a card that stays
+// mounted after it was refused.
+TEST(Card, ThatCannotTakeARecordingIsRefusedWithItsReason)
+{
+    static constexpr struct {
+        const char* what;
+        const char* fault;
+        const char* mend;
+        const char* text;
+        uint64_t flashes;
+    } rows[] = {
+        {"none", "card remove", "card insert", "mount: ", 1},
+        {"write-protected", "card protect on", "card protect off", "Storage mounted, but read only", 5},
+    };
+    RecorderBox recorder;
+    recorder.usual_world();
+    recorder.start();
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        tell(row.fault);
+        run_for(3s);
+        recorder.log();
+        EXPECT_EQ(recorder.error_flashes([&] { recorder.press("record"); }), row.flashes);
+        EXPECT_EQ(count(recorder.log(), row.text), 1u);
+        EXPECT_FALSE(box().card().mounted());
+        EXPECT_EQ(recorder.panel(), "OO-----");
+        tell(row.mend);
+        run_for(3s);
+    }
+    recorder.press("record", 3s);
+    EXPECT_TRUE(recorder.encoder_runs());
+}
+
+// Catches: a pulled card that goes unnoticed or leaves the encoder running, a bar that stays lit, a restart that is not
+// tried again once the card is back, and a number that starts afresh.
+TEST(Card, PulledWhileRecordingAndPutBackContinues)
+{
+    RecorderBox recorder;
+    recorder.usual_world();
+    recorder.start();
+    recorder.press("record", 12s);
+    recorder.log();
+    tell("card remove");
+    run_for(1500ms);
+    std::string log = recorder.log();
+    EXPECT_EQ(missing_in_order(log, {":_check_storage_event->Storage removed\n",
+                                     ":_av_rec_stop->Remove file from storage if smaller than 100kb\n",
+                                     ":state_auto_stopped_run->Got stable input again, starting recording\n",
+                                     ":state_auto_stopped_run->state_*_run="}),
+              "");
+    EXPECT_FALSE(recorder.encoder_runs());
+    tell("card insert");
+    run_for(3s);
+    EXPECT_TRUE(recorder.encoder_runs());
+    EXPECT_EQ(recorder.panel().substr(0, 6), "OOO---");
+    recorder.press("stop", 3s);
+    EXPECT_EQ(recorder.recordings(), "00001.00001.mp4 00001.00002.mp4 ");
+    EXPECT_EQ(recorder.panel(), "OO-----");
+    EXPECT_EQ(recorder.bar(), "O-----");
+}
+
+// Catches: too few or too many attempts, attempts without a pause, and a recorder that is stuck afterwards.
+TEST(Card, BusyAtUnmountIsTriedFourTimes)
+{
+    static constexpr struct {
+        const char* busy;
+        size_t retries;
+        bool mounted;
+    } rows[] = {{"card busy 3", 3, false}, {"card busy 4", 3, true}};
+    RecorderBox recorder;
+    recorder.usual_world();
+    recorder.start();
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.busy);
+        recorder.press("record", 2s);
+        recorder.log();
+        tell(row.busy);
+        recorder.press("stop", 2500ms);
+        EXPECT_EQ(count(recorder.log(), ":_storage_umount->umount sddisk failed, sleeping and retrying..\n"), 3u);
+        run_for(2s);
+        const std::string log = recorder.log();
+        EXPECT_EQ(count(log, "umount sddisk succeedeed\n"), row.mounted ? 0u : 1u);
+        EXPECT_EQ(missing_in_order(log, {":_storage_umount->umount sddisk failed\n", ":_key_dispatch->runner_run1\n"})
+                      .empty(),
+                  row.mounted);
+        EXPECT_EQ(box().card().mounted(), row.mounted);
+        EXPECT_EQ(recorder.panel(), "OO-----");
+    }
+    recorder.press("record", 2s);
+    EXPECT_TRUE(recorder.encoder_runs());
+}
+
+// Catches: numbers that are not taken from the card, and a start that is refused for a number that can be mended.
+TEST(Card, CarriesTheNumberOfTheNextRecording)
+{
+    static constexpr struct {
+        const char* number;
+        const char* file;
+        const char* next;
+    } rows[] = {{"41", "00041.00001.mp4", "42"},
+                {"99999", "99999.00001.mp4", "1"},
+                {"rubbish", "00000.00001.mp4", "1"},
+                {"123456", "123456.00001.mp4", "123457"}};
+    RecorderBox recorder;
+    recorder.usual_world();
+    recorder.start();
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.number);
+        tell(std::string("card write .media_fileno ") + row.number);
+        recorder.press("record", 2s);
+        recorder.press("stop");
+        EXPECT_GE(recorder.file_kb(row.file), 0);
+        EXPECT_EQ(box().card().read(".media_fileno"), row.next);
+    }
+}
+
+} // namespace bench

@@ -1,0 +1,464 @@
+// The sources and the receiver chip of the emulated box, held against the standards they are written from.
+#include "emulator/commands.h"
+#include "emulator/formats.h"
+#include "emulator/info_frames.h"
+#include "emulator/receiver_chip.h"
+#include "emulator/source.h"
+#include "emulator/timeline.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace emu;
+
+/** Two sources and the receiver on a desk, reached as the bus reaches it. */
+struct Desk {
+    Timeline time;
+    Source port0{time, 0}, port1{time, 1};
+    ReceiverChip chip{time, port0, port1};
+    CommandTable commands;
+
+    Desk()
+    {
+        add_source_commands(commands, port0, port1);
+        add_receiver_commands(commands, chip);
+    }
+    void tell(const std::string& line)
+    {
+        const Reply reply = commands.run(line);
+        EXPECT_TRUE(reply.ok) << reply.text;
+    }
+    void run_ms(Micros ms) { time.advance_to(time.now() + ms * 1000); }
+    std::vector<uint8_t> get(uint8_t reg, size_t count)
+    {
+        std::vector<uint8_t> bytes(count);
+        EXPECT_EQ(chip.read(std::span(&reg, 1), bytes), 0);
+        return bytes;
+    }
+    uint8_t get(uint8_t reg) { return get(reg, 1)[0]; }
+    void set(uint8_t reg, uint8_t value)
+    {
+        const uint8_t bytes[] = {reg, value};
+        EXPECT_EQ(chip.write(bytes), 0);
+    }
+    void pulse(uint8_t reg, uint8_t value, uint8_t rest = 0)
+    {
+        set(reg, value);
+        run_ms(1);
+        set(reg, rest);
+        run_ms(1);
+    }
+    void clear_latches()
+    {
+        for (uint8_t bits : {0x01, 0xC2, 0x0C}) pulse(0x19, bits);
+        pulse(0x18, 0x80);
+    }
+    /** A picture that is on and whose events are dealt with. */
+    void settle(const std::string& line)
+    {
+        tell(line);
+        run_ms(1000);
+        clear_latches();
+    }
+};
+
+/** The rate in a format's name, of fields for television and of frames for computers. */
+double named_rate(const std::string& name)
+{
+    const bool computer = name.starts_with("dmt-");
+    const size_t mark = computer ? name.rfind('-') : name.find_first_of("pi");
+    return std::strtod(name.c_str() + mark + 1, nullptr);
+}
+
+// Catches: a mistyped clock, porch or line count in the tables.
+TEST(Formats, KeepTheRateOfTheirNameAndAddUp)
+{
+    for (const Format& f : all_formats()) {
+        const std::string name(f.name);
+        SCOPED_TRACE(name);
+        const bool frames = name.starts_with("dmt-") && f.interlaced;
+        const double rate = f.field_rate() / (frames ? 2 : 1);
+        EXPECT_NEAR(rate, named_rate(name), 0.012 * named_rate(name));
+        const int field = f.v_active + f.v_front + f.v_sync + f.v_back;
+        EXPECT_EQ(f.field_lines(), static_cast<uint32_t>(field));
+        EXPECT_EQ(f.h_active % f.repetition, 0);
+        const auto again = find_format(name);
+        ASSERT_TRUE(again);
+        EXPECT_EQ(again->vic, f.vic) << "two formats of one name";
+    }
+}
+
+// Catches: the same in rows whose rate comes out right by accident. Line rates are those CTA-861 prints.
+TEST(Formats, HaveTheLineRatesOfTheStandard)
+{
+    static constexpr struct {
+        const char* name;
+        uint32_t h_total, lines;
+        double line_khz;
+        int vic;
+    } printed[] = {
+        {"640x480p60", 800, 525, 31.469, 1},        {"480p60", 858, 525, 31.469, 2},
+        {"720p60", 1650, 750, 45.000, 4},           {"1080i60", 2200, 1125, 33.750, 5},
+        {"480i60", 1716, 525, 15.734, 6},           {"240p60", 1716, 262, 15.734, 8},
+        {"2880x480i60", 3432, 525, 15.734, 10},     {"1440x480p60", 1716, 525, 31.469, 14},
+        {"1080p60", 2200, 1125, 67.500, 16},        {"576p50", 864, 625, 31.250, 17},
+        {"720p50", 1980, 750, 37.500, 19},          {"1080i50", 2640, 1125, 28.125, 20},
+        {"576i50", 1728, 625, 15.625, 21},          {"288p50-314", 1728, 314, 15.625, 23},
+        {"2880x288p50-313", 3456, 313, 15.625, 27}, {"1080p50", 2640, 1125, 56.250, 31},
+        {"1080p24", 2750, 1125, 27.000, 32},        {"1080p25", 2640, 1125, 28.125, 33},
+        {"1080p30", 2200, 1125, 33.750, 34},        {"1080i50-1250", 2304, 1250, 31.250, 39},
+        {"720p24", 3300, 750, 18.000, 60},          {"1080p59.94", 2200, 1125, 67.433, 16},
+    };
+    for (const auto& row : printed) {
+        SCOPED_TRACE(row.name);
+        const auto f = find_format(row.name);
+        ASSERT_TRUE(f);
+        EXPECT_EQ(f->h_total(), row.h_total);
+        EXPECT_EQ(f->lines, row.lines);
+        EXPECT_NEAR(static_cast<double>(f->clock_khz) / f->h_total(), row.line_khz, 0.001);
+        EXPECT_EQ(f->vic != 0 ? f->vic : f->vic_wide, row.vic);
+    }
+    EXPECT_FALSE(find_format("480p59.94")) << "27 MHz is 59.94 Hz already";
+}
+
+// Catches: a field in the wrong byte or bit of a frame, and a checksum that leaves something out.
+TEST(InfoFrames, AreThoseOfKnownSources)
+{
+    static const struct {
+        const char* plug;
+        uint8_t reg;
+        std::vector<uint8_t> bytes;
+    } known[] = {
+        {"1080p60", 0xAC, {0x02, 0x27, 0x10, 0x28, 0x00, 0x10, 0x00}},
+        {"480i60 colour yuv444 aspect 4:3", 0xAC, {0x02, 0xC0, 0x50, 0x58, 0x00, 0x06, 0x01}},
+        {"720p50 colour yuv422 709", 0xAC, {0x02, 0x84, 0x30, 0xA8, 0x00, 0x13, 0x00}},
+        {"1080p60 avi wrong", 0xAC, {0x02, 0xC7, 0x70, 0x28, 0x00, 0x10, 0x00}},
+        {"1080p60 colour yuv444 xv709", 0xAC, {0x02, 0x17, 0x50, 0xE8, 0x10, 0x10, 0x00}},
+        {"1080p60 avi off", 0xAC, {0x00, 0x00, 0x00, 0x00}},
+        {"1080p60 dvi", 0xAC, {0x00, 0x00, 0x00, 0x00}},
+        {"1080p60 audio lpcm 48000 2", 0xDC, {0x01, 0x70, 0x01, 0x00, 0x00, 0x00, 0x00, 0x0A}},
+        {"1080p60 audio lpcm 96000 6", 0xDC, {0x01, 0x61, 0x05, 0x00, 0x00, 0x0B, 0x00, 0x0A}},
+        {"1080p30 vendor vic 1", 0xBD, {0x81, 0x01, 0x05, 0x49, 0x03, 0x0C, 0x00, 0x20, 0x01}},
+        {"720p60 vendor 3d side-by-side", 0xBD, {0x81, 0x01, 0x06, 0xA9, 0x03, 0x0C, 0x00, 0x40, 0x80, 0x00}},
+    };
+    for (const auto& row : known) {
+        SCOPED_TRACE(row.plug);
+        Desk desk;
+        desk.settle(std::string("source 0 plug ") + row.plug);
+        EXPECT_EQ(desk.get(row.reg, row.bytes.size()), row.bytes);
+    }
+    for (int vic = 0; vic < 256; ++vic) EXPECT_EQ(compose_avi({.vic = static_cast<uint8_t>(vic)}).sum(), 0);
+}
+
+// Catches: a timing count in the wrong register or with its upper bits lost. Counts worked out from CTA-861 by hand.
+TEST(Receiver, MeasuresTheTimingOfThePicture)
+{
+    static const struct {
+        const char* plug;
+        std::vector<uint8_t> timing; // 0x58 to 0x64
+    } known[] = {
+        {"1080p60", {0x00, 0x98, 0x78, 0x80, 44, 0x00, 88, 0x65, 0x44, 0x38, 41, 4, 23}},
+        {"1080i50", {0x02, 0x50, 0x7A, 0x80, 44, 0x20, 0x10, 0x32, 0x22, 0x1C, 20, 2, 47}},
+        {"480i60", {0x02, 0xB4, 0x56, 0xA0, 124, 0x00, 38, 0x06, 0x01, 0xF0, 18, 4, 128}},
+        {"2880x576p50", {0x00, 0x80, 0x3D, 0x40, 0x00, 0x01, 48, 0x71, 0x22, 0x40, 44, 5, 32}},
+        {"timing 13500 720 19 62 57 240 4 3 15", {0x00, 0x5A, 0x23, 0xD0, 62, 0x00, 19, 0x06, 0x01, 0xF0, 18, 4, 255}},
+        {"1080p60 clock-error 3", {0x00, 0x98, 0x78, 0x80, 44, 0x00, 88, 0x65, 0x44, 0x38, 41, 4, 23}},
+        {"480p60 clock-error -3", {0x00, 0x5A, 0x23, 0xD0, 62, 0x00, 16, 0x0D, 0x12, 0xE0, 36, 9, 132}},
+    };
+    for (const auto& row : known) {
+        SCOPED_TRACE(row.plug);
+        Desk desk;
+        desk.settle(std::string("source 0 plug ") + row.plug);
+        EXPECT_EQ(desk.get(0x58, row.timing.size()), row.timing);
+        EXPECT_EQ(desk.get(0x10), 0xB7);
+        EXPECT_NE(desk.get(0x9A), 0xFF);
+    }
+}
+
+// Catches: a sound path that tells another kind, rate, layout or word length than the source's channel status does.
+TEST(Receiver, TellsTheSoundAsItsChannelStatusDoes)
+{
+    static constexpr struct {
+        const char* audio;
+        uint8_t kind, rate_code, status0, status2, lengths; // 0x8A, 0x84 bits 0-3, 0x9C, 0x9E, 0x9F
+    } sounds[] = {
+        {"none", 0x00, 0, 0, 0, 0},
+        {"lpcm", 0x81, 2, 0x04, 0x20, 0xB0},
+        {"lpcm 44100 1 16", 0x81, 0, 0x04, 0x10, 0x20},
+        {"lpcm 32000 2 20", 0x81, 3, 0x04, 0x20, 0xA0},
+        {"lpcm 88200 3", 0x93, 8, 0x04, 0x30, 0xB0},
+        {"lpcm 96000 6 24", 0x97, 10, 0x04, 0x60, 0xB0},
+        {"lpcm 176400 8 18", 0x9F, 12, 0x04, 0x80, 0x40},
+        {"lpcm 192000 2 0 channel-number 0", 0x81, 14, 0x04, 0x00, 0x00},
+        {"lpcm 48000 allocation 0x08", 0x95, 2, 0x04, 0x40, 0xB0}, // front and rear pairs: line 1 stays empty
+        {"lpcm 0", 0x81, 1, 0x04, 0x20, 0xB0},
+        {"compressed", 0x81, 2, 0x06, 0x20, 0x20},
+        {"hbr", 0xCF, 9, 0x06, 0x80, 0x20},
+        {"dsd", 0xA1, 0, 0x06, 0x20, 0xB0},
+    };
+    for (const auto& row : sounds) {
+        SCOPED_TRACE(row.audio);
+        Desk desk;
+        desk.settle(std::string("source 0 plug 720p60 audio ") + row.audio);
+        EXPECT_EQ(desk.get(0x8A), row.kind);
+        EXPECT_EQ(desk.get(0x84) & 0x0F, row.rate_code);
+        EXPECT_EQ(desk.get(0x9C), row.status0);
+        EXPECT_EQ(desk.get(0x9E), row.status2);
+        EXPECT_EQ(desk.get(0x9F), row.lengths);
+    }
+}
+
+// Catches: an event that latches nothing or too much, one that reading clears, one that another group's pulse clears,
+// and one that its own pulse does not.
+TEST(Receiver, LatchesEventsUntilTheirOwnPulse)
+{
+    static const struct {
+        const char *event, *before;
+        uint8_t reg, bits, pulse_reg, pulse;
+    } events[] = {
+        {"source 0 5v off", "", 0x13, 0x0A, 0x19, 0x01},
+        {"source 0 5v on", "source 0 5v off", 0x13, 0x05, 0x19, 0x01},
+        {"source 0 sync off", "", 0x13, 0x08, 0x19, 0x01},
+        {"source 0 sync on", "source 0 sync off", 0x13, 0x04, 0x19, 0x01},
+        {"source 0 dvi", "", 0x13, 0x10, 0x19, 0x01},
+        {"source 0 hdmi", "source 0 dvi", 0x13, 0x10, 0x19, 0x01},
+        {"source 0 format 720p50", "", 0x13, 0x2C, 0x19, 0x01},
+        {"source 0 format 1080i60 seamless", "", 0x13, 0x20, 0x19, 0x01},
+        {"source 0 drop 1", "", 0x13, 0x0C, 0x19, 0x01},
+        {"source 0 mute on", "", 0x14, 0x01, 0x19, 0xC2},
+        {"source 0 mute off", "source 0 mute on", 0x14, 0x80, 0x19, 0xC2},
+        {"source 0 colour yuv422", "", 0x14, 0x04, 0x19, 0xC2},
+        {"source 0 vendor 3d top-bottom", "", 0x8B, 0x04, 0x19, 0xC2},
+        {"source 0 audio lpcm 44100", "", 0x15, 0x1B, 0x18, 0x80},
+        {"receiver error fifo", "", 0x15, 0x03, 0x18, 0x80},
+        {"receiver error audio", "", 0x15, 0x18, 0x19, 0x08},
+        {"receiver error ecc", "", 0x15, 0x04, 0x19, 0x04},
+        {"source 0 audio none", "", 0x15, 0x00, 0x19, 0x0C},
+        {"source 0 clock-error 2", "", 0x13, 0x00, 0x19, 0x01},
+    };
+    for (const auto& row : events) {
+        SCOPED_TRACE(row.event);
+        Desk desk;
+        desk.settle("source 0 plug 1080p60");
+        if (*row.before != '\0') desk.settle(row.before);
+        desk.tell(row.event);
+        desk.run_ms(1000);
+        EXPECT_EQ(desk.get(row.reg), row.bits);
+        EXPECT_EQ(desk.get(row.reg), row.bits);
+        for (uint8_t other : {0x01, 0xC2, 0x04, 0x08})
+            if (row.pulse_reg != 0x19 || (row.pulse & other) == 0) desk.pulse(0x19, other);
+        const uint8_t left = row.pulse_reg == 0x18 ? row.bits & 0x03 : row.bits;
+        EXPECT_EQ(desk.get(row.reg), left);
+        desk.pulse(row.pulse_reg, row.pulse);
+        EXPECT_EQ(desk.get(row.reg), 0);
+    }
+}
+
+// Catches: a pulse that is never released and still lets events through, and a storm that a pulse ends for good.
+TEST(Receiver, HeldPulseLatchesNothingAndStormComesBack)
+{
+    Desk desk;
+    desk.settle("source 0 plug 1080p60");
+    desk.set(0x19, 0x01);
+    desk.tell("source 0 sync off");
+    EXPECT_EQ(desk.get(0x13), 0x00);
+    desk.set(0x19, 0x00);
+    desk.tell("receiver storm 500");
+    for (int round = 0; round < 3; ++round) {
+        desk.run_ms(1);
+        for (uint8_t reg : {0x13, 0x14, 0x15, 0x8B}) EXPECT_EQ(desk.get(reg), 0xFF);
+        desk.set(0x19, 0xCF);
+        desk.set(0x19, 0x00);
+        EXPECT_EQ(desk.get(0x13), 0x00);
+    }
+    desk.tell("receiver storm off");
+    desk.run_ms(100);
+    EXPECT_EQ(desk.get(0x13), 0x00);
+}
+
+// Catches: timing registers that follow the sound, the packets or a lost picture, and ones that jump ahead of the
+// picture.
+TEST(Receiver, TimingMovesOnlyWhenThePictureDoes)
+{
+    static constexpr const char* others[] = {
+        "source 0 audio compressed", "source 0 colour yuv444", "source 0 mute on",      "source 0 dvi",
+        "source 1 plug 720p50",      "source 0 sync off",      "source 0 format 720p50"};
+    Desk desk;
+    desk.settle("source 0 plug 1080i60");
+    const auto before = desk.get(0x58, 13);
+    for (const char* other : others) {
+        SCOPED_TRACE(other);
+        desk.tell(other);
+        desk.run_ms(100);
+        EXPECT_EQ(desk.get(0x58, 13), before);
+    }
+    EXPECT_EQ(desk.get(0x9A), 0xFF);
+    desk.tell("source 0 sync on");
+    desk.run_ms(200);
+    EXPECT_EQ(desk.get(0x5F), 750 & 0xFF);
+}
+
+// Catches: a source that does not notice the terminators, and a receiver that takes 5 V for a picture.
+TEST(Source, StopsWithoutTerminatorsAndStartsAgainAfterItsDelay)
+{
+    static constexpr struct {
+        const char* delay;
+        Micros absent_ms, present_ms; // after the terminators came back; 0: never
+    } sources[] = {{"0", 0, 11}, {"100", 105, 120}, {"3000", 3005, 3020}, {"never", 60'000, 0}};
+    for (const auto& row : sources) {
+        SCOPED_TRACE(row.delay);
+        Desk desk;
+        desk.settle("source 0 plug 1080p60");
+        desk.tell(std::string("source 0 sync-delay ") + row.delay);
+        desk.set(0x07, 0x0C);
+        EXPECT_EQ(desk.get(0x10), 0x01);
+        EXPECT_EQ(desk.get(0x13), 0x08);
+        desk.run_ms(10'000);
+        EXPECT_EQ(desk.get(0x10), 0x01);
+        desk.set(0x07, 0x00);
+        desk.run_ms(row.absent_ms);
+        EXPECT_EQ(desk.get(0x10) & 0x06, 0x00);
+        if (row.present_ms == 0) continue;
+        desk.run_ms(row.present_ms - row.absent_ms);
+        EXPECT_EQ(desk.get(0x10) & 0x06, 0x06);
+    }
+}
+
+TEST(Source, LosesSyncAsOftenAsItIsTold)
+{
+    Desk desk;
+    desk.settle("source 0 plug 720p60");
+    desk.tell("source 0 drop 15 100");
+    int losses = 0;
+    for (int ms = 0; ms < 5000; ms += 20) {
+        losses += (desk.get(0x13) & 0x08) != 0;
+        desk.set(0x19, 0x01);
+        desk.set(0x19, 0x00);
+        desk.run_ms(20);
+    }
+    EXPECT_EQ(losses, 15);
+    EXPECT_EQ(desk.get(0x10), 0xB7);
+}
+
+// Catches: registers that show another port's source, and a switch between two equal pictures that nobody notices.
+TEST(Receiver, ShowsTheSelectedConnectorAtItsFirstPort)
+{
+    Desk desk;
+    desk.settle("source 0 plug 1080p60");
+    desk.settle("source 1 plug 1080p60 dvi");
+    EXPECT_EQ(desk.get(0x10), 0xBF);
+    desk.chip.select_port(1);
+    EXPECT_EQ(desk.get(0x10), 0x09);
+    desk.run_ms(100);
+    EXPECT_EQ(desk.get(0x10), 0xAF);
+    EXPECT_EQ(desk.get(0x13), 0x1C);
+    desk.clear_latches();
+    desk.tell("source 0 unplug");
+    EXPECT_EQ(desk.get(0x13), 0x00);
+    EXPECT_EQ(desk.get(0x10), 0xAF);
+    desk.chip.select_port(0);
+    EXPECT_EQ(desk.get(0x10), 0x08);
+    EXPECT_EQ(desk.get(0x13) & 0x02, 0x02);
+    desk.chip.select_port(-1);
+    EXPECT_EQ(desk.get(0x10), 0x08);
+}
+
+// Catches: resets that do nothing, lose what the driver has set, or leave the receiver dead.
+TEST(Receiver, ComesBackFromEveryReset)
+{
+    static constexpr struct {
+        const char* what;
+        uint8_t held, status, link_count, kind, kept; // 0x05, then 0x10, 0x9A, 0x8A, and 0x3D while it is held
+    } resets[] = {{"software", 0x21, 0x01, 0xFF, 0x00, 0x40},
+                  {"video", 0xA0, 0x17, 0xFF, 0x81, 0x40},
+                  {"audio", 0x24, 0xB7, 23, 0x00, 0x40},
+                  {"registers", 0x10, 0xB7, 23, 0x81, 0x00}};
+    for (const auto& row : resets) {
+        SCOPED_TRACE(row.what);
+        Desk desk;
+        desk.settle("source 0 plug 1080p60");
+        desk.set(0x3D, 0x40);
+        desk.set(0x05, row.held);
+        EXPECT_EQ(desk.get(0x10), row.status);
+        EXPECT_EQ(desk.get(0x9A), row.link_count);
+        EXPECT_EQ(desk.get(0x8A), row.kind);
+        EXPECT_EQ(desk.get(0x3D), row.kept);
+        EXPECT_EQ(desk.get(0x13), 0x00);
+        desk.run_ms(500);
+        EXPECT_EQ(desk.get(0x10), row.status) << "while it is held";
+        desk.set(0x05, 0x20);
+        desk.run_ms(100);
+        EXPECT_EQ(desk.get(0x10), 0xB7);
+        EXPECT_EQ(desk.get(0x8A), 0x81);
+        EXPECT_EQ(desk.get(0x5B), 1920 & 0xFF);
+    }
+}
+
+// Catches: a bank that the other one shines through, and status registers that a write changes.
+TEST(Receiver, KeepsBanksApartAndStatusUnwritten)
+{
+    Desk desk;
+    desk.settle("source 0 plug 1080p60");
+    desk.set(0x20, 0x55);
+    desk.set(0x10, 0x00);
+    desk.set(0x64, 0x00);
+    desk.set(0x0F, 1);
+    EXPECT_EQ(desk.get(0x20), 0x00);
+    EXPECT_EQ(desk.get(0x10), 0x00);
+    desk.set(0x20, 0x66);
+    EXPECT_EQ(desk.get(0x0F), 1);
+    desk.set(0x0F, 0);
+    EXPECT_EQ(desk.get(0x20), 0x55);
+    EXPECT_EQ(desk.get(0x10), 0xB7);
+    EXPECT_EQ(desk.get(0x64), 23);
+}
+
+// Catches: a refused command that has done half its work, and words that are taken for others.
+TEST(SourceCommands, RefusedOnesChangeNothing)
+{
+    static constexpr const char* wrong[] = {"source",
+                                            "source 2 unplug",
+                                            "source 0",
+                                            "source 0 jump",
+                                            "source 0 plug",
+                                            "source 0 plug 1081p60",
+                                            "source 0 plug 720p50 purple",
+                                            "source 0 plug 720p50 audio lpcm 44101",
+                                            "source 0 plug 720p50 sync-delay soon",
+                                            "source 0 unplug now",
+                                            "source 0 5v maybe",
+                                            "source 0 audio lpcm 48000 9",
+                                            "source 0 audio lpcm 48000 2 12",
+                                            "source 0 format 720p50 seamless please",
+                                            "source 0 timing 74250 0 1 1 1 1 1 1 1",
+                                            "source 0 timing 74250 1280",
+                                            "source 0 clock-error 99",
+                                            "source 0 colour cmyk",
+                                            "source 0 drop 0",
+                                            "source 0 mute",
+                                            "receiver error all",
+                                            "receiver error ecc every",
+                                            "receiver storm",
+                                            "receiver revision 256",
+                                            "receiver lock-time -1",
+                                            "formats all"};
+    Desk desk;
+    desk.settle("source 0 plug 1080p60");
+    const std::string before = desk.chip.describe();
+    const auto registers = desk.get(0x00, 256);
+    for (const char* line : wrong) {
+        SCOPED_TRACE(line);
+        EXPECT_FALSE(desk.commands.run(line).ok);
+        desk.run_ms(200);
+        EXPECT_EQ(desk.chip.describe(), before);
+        EXPECT_EQ(desk.get(0x00, 256), registers);
+    }
+}
+
+} // namespace

@@ -1,0 +1,6 @@
+#include "tools/boxtool.h"
+
+int main(int argc, char** argv)
+{
+    return boxtool::run(argc, argv);
+}
