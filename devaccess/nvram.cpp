@@ -37,7 +37,9 @@ class Device {
 public:
     Device() : fd_(platform::device_open(NVRAM_DEVICE))
     {
+        const int error = errno;
         if (!is_open()) dprintf(FAILURE_OUTPUT, "can't open %s\n", NVRAM_DEVICE);
+        errno = error;
     }
     ~Device()
     {

@@ -91,7 +91,7 @@ void EdidRom::load(std::span<const uint8_t> contents)
 static std::string describe_rom(const EdidRom& rom)
 {
     std::string text;
-    char part[8];
+    char part[32];
     for (size_t i = 0; i < rom.bytes().size(); ++i) {
         if (i % 16 == 0) {
             std::snprintf(part, sizeof part, "%02zx:", i);

@@ -190,7 +190,7 @@ std::optional<Format> find_format(std::string_view name)
         // Formats on a 27 or 25.175 MHz clock run at the dropped rate already and keep no other.
         if (found == nullptr || std::abs(found->field_rate() - std::round(found->field_rate())) > 0.01) continue;
         Format dropped = *found;
-        dropped.clock_khz = static_cast<uint32_t>(found->clock_khz / 1.001 + 0.5);
+        dropped.clock_khz = static_cast<uint32_t>(std::lround(found->clock_khz / 1.001));
         return dropped;
     }
     return std::nullopt;

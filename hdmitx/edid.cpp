@@ -131,10 +131,11 @@ void parse_cea_extension(std::span<const uint8_t, EDID_BLOCK_SIZE> block)
     const size_t end = std::min<size_t>(block[CEA_COLLECTION_END], CEA_CHECKSUM);
     for (size_t i = CEA_COLLECTION; i < end;) {
         const auto tag = static_cast<uint8_t>(block[i] >> 5);
-        // A speaker block has three bytes by definition, whatever its length says.
-        const size_t length = tag == BLOCK_SPEAKER ? SPEAKER_SIZE : block[i] & 0x1F;
+        const size_t told = block[i] & 0x1F;
+        // A speaker block has three bytes by definition, whatever its length says; with less it tells nothing.
+        const size_t length = tag == BLOCK_SPEAKER ? SPEAKER_SIZE : told;
         ++i;
-        parse_data_block(tag, block.subspan(i, std::min(length, CEA_CHECKSUM - i)));
+        parse_data_block(tag, block.subspan(i, std::min({length, told, CEA_CHECKSUM - i})));
         i += length;
     }
     set_flag(RX_VALID_CEA, true);
@@ -157,7 +158,7 @@ bool block_0_is_good()
     return true;
 }
 
-// Nothing of an earlier display may stand in for what this one does not deliver.
+// What decides between HDMI and DVI never comes from an earlier display; the other fields stay until a block sets them.
 void forget_display()
 {
     image = {};

@@ -1,7 +1,8 @@
 /**
  * @file
  * EDID of the display on the output: reads it, checks block 0 and takes from the CEA extension what the output needs.
- * Main thread only. ParseEDID() blocks for 128 ms per block at least, and for some 800 ms when the DDC bus hangs.
+ * Main thread only. ParseEDID() blocks for 128 ms per block at least, for up to 250 ms per byte of a slow display, and
+ * for some 800 ms per block when the DDC bus hangs.
  *
  * The EDID comes from outside. Block 0 has to pass its checksum and header. In the extension the walk over the data
  * blocks ends where byte 2 says, before the checksum byte at the latest, and what a data block claims to hold from

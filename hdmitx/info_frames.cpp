@@ -55,9 +55,9 @@ int hdmitx_SetAVIInfoFrame(int enable, const HdmitxInfoFrame* buffer)
     if (buffer == nullptr) return 0;
     hdmitx_SwitchBank(1);
     unsigned int sum = 0;
-    for (uint8_t n = 0; n < buffer->data.size(); ++n) {
-        const uint8_t reg = n < 5 ? txreg::B1_AVI_1 + n : txreg::B1_AVI_6 + (n - 5);
-        hdmitx_WriteReg(reg, buffer->data[n]);
+    for (size_t n = 0; n < buffer->data.size(); ++n) {
+        const size_t reg = n < 5 ? txreg::B1_AVI_1 + n : txreg::B1_AVI_6 + (n - 5);
+        hdmitx_WriteReg(static_cast<uint8_t>(reg), buffer->data[n]);
         sum += buffer->data[n];
     }
     hdmitx_WriteReg(txreg::B1_AVI_CHECKSUM, static_cast<uint8_t>(AVI_CHECKSUM_BASE - sum));

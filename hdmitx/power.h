@@ -1,7 +1,7 @@
 /**
  * @file
  * Start-up of the transmitter and its power states. hdmitx_init(), hdmitx_blank() and hdmitx_unblank(), declared in
- * hdmitx/hdmitx.h, live here too. Main thread only. Start-up takes some 700 transfers, most of them for the dump.
+ * hdmitx/hdmitx.h, live here too. Main thread only. Start-up takes some 600 transfers, most of them for the dump.
  */
 #pragma once
 

@@ -1,7 +1,7 @@
 /**
  * @file
  * Video path of the transmitter: input format, HDMI or DVI signalling, analogue front end. Main thread only.
- * HDMITX_SetOutput() takes about 850 transfers, most of them for the register dump at its end, and waits 1 ms.
+ * HDMITX_SetOutput() takes some 600 transfers, most of them for the register dump at its end, and waits 1 ms.
  */
 #pragma once
 

@@ -4,7 +4,8 @@
  *
  * Time moves only when a thread sleeps. The threads that use the box (the bench that holds the test, the daemon's main
  * thread, its LED thread) take turns: one runs until it sleeps, then the one that is to wake up first goes on, so a
- * run is the same every time. A thread joins by its first call into platform/; it then waits for its turn.
+ * run is the same every time. A thread that the daemon creates joins at its first sleep, which time waits
+ * for.
  */
 #pragma once
 

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -47,10 +48,11 @@ private:
 
 /** The box and all that is around it. Never destroyed: the daemon's threads may be inside when the process exits. */
 struct Bench {
-    explicit Bench(const std::string& root) : box({.root = root}), turns(box.time()) {}
+    explicit Bench(const std::string& root) : box({.root = root}), turns(box.time()) { turns.begin(); }
 
     Box box;
     Turns turns;
+    std::mutex lock; ///< for a thread of the daemon that has not slept yet and so runs beside the one with the turn
     Micros loop_step = 100;
     int64_t power_on = POWER_ON;
 };
@@ -62,13 +64,12 @@ Bench& bench()
     return *the_bench;
 }
 
-/** The box, for the calling thread's turn. */
-Bench& joined()
-{
+/** The bench for one call of the seam. */
+struct Access {
     Bench& here = bench();
-    here.turns.join();
-    return here;
-}
+    const std::lock_guard<std::mutex> guard{here.lock};
+    Box& box = here.box;
+};
 
 int as_ioctl(int result)
 {
@@ -79,38 +80,38 @@ int as_ioctl(int result)
 
 std::string mapped_line(const char* line)
 {
-    Bench& here = joined();
-    here.box.encoder().catch_up();
-    return here.box.root().map_line(line);
+    const Access access;
+    access.box.encoder().catch_up();
+    return access.box.root().map_line(line);
 }
 
 } // namespace
 
 Box& inprocess_box()
 {
-    return joined().box;
+    return bench().box;
 }
 
 void inprocess_start(std::function<void()> body)
 {
-    joined().turns.start(std::move(body));
+    bench().turns.start(std::move(body));
 }
 
 void inprocess_sleep(Micros duration)
 {
-    Bench& here = joined();
+    Bench& here = bench();
     here.box.encoder().settle();
     here.turns.sleep(duration);
 }
 
 void inprocess_set_loop_step(Micros step)
 {
-    joined().loop_step = step;
+    bench().loop_step = step;
 }
 
 void inprocess_set_wall_clock(int64_t seconds)
 {
-    joined().power_on = seconds;
+    bench().power_on = seconds;
 }
 
 } // namespace emu
@@ -119,22 +120,22 @@ namespace capd::platform {
 
 int device_open(const char* path)
 {
-    return emu::as_ioctl(emu::joined().box.open(path));
+    return emu::as_ioctl(emu::Access().box.open(path));
 }
 
 int device_request(int fd, uint32_t request, void* record)
 {
-    return emu::as_ioctl(emu::joined().box.request(fd, request, record));
+    return emu::as_ioctl(emu::Access().box.request(fd, request, record));
 }
 
 int device_request_value(int fd, uint32_t request, int value)
 {
-    return emu::as_ioctl(emu::joined().box.request_value(fd, request, value));
+    return emu::as_ioctl(emu::Access().box.request_value(fd, request, value));
 }
 
 void device_close(int fd)
 {
-    emu::joined().box.close(fd);
+    emu::Access().box.close(fd);
 }
 
 int run_shell(const char* line)
@@ -154,7 +155,8 @@ bool read_shell_line(const char* line, char* buffer, size_t size)
 
 const char* map_path(const char* path, char* buffer)
 {
-    emu::Box& box = emu::joined().box;
+    const emu::Access access;
+    emu::Box& box = access.box;
     box.encoder().catch_up();
     if (std::string_view(path) == "/kxbin/enc.sh") box.encoder().expect_start();
     std::snprintf(buffer, PATH_SIZE, "%s", box.root().map(path).c_str());
@@ -163,9 +165,9 @@ const char* map_path(const char* path, char* buffer)
 
 WallTime wall_time()
 {
-    emu::Bench& here = emu::joined();
-    const emu::Micros now = here.box.time().now();
-    return {here.power_on + static_cast<int64_t>(now / 1'000'000), static_cast<int32_t>(now % 1'000'000)};
+    const emu::Access access;
+    const emu::Micros now = access.box.time().now();
+    return {access.here.power_on + static_cast<int64_t>(now / 1'000'000), static_cast<int32_t>(now % 1'000'000)};
 }
 
 int64_t wall_seconds()
@@ -175,8 +177,7 @@ int64_t wall_seconds()
 
 void sleep_us(uint32_t microseconds)
 {
-    emu::Bench& here = emu::joined();
-    emu::inprocess_sleep(microseconds <= 1 ? here.loop_step : microseconds);
+    emu::inprocess_sleep(microseconds <= 1 ? emu::bench().loop_step : microseconds);
 }
 
 } // namespace capd::platform

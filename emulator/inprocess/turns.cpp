@@ -24,18 +24,14 @@ static size_t count_tasks()
         std::distance(fs::directory_iterator("/proc/self/task", error), fs::directory_iterator()));
 }
 
-void Turns::join()
+void Turns::begin()
 {
-    if (self_ != nullptr) return;
-    const bool first = threads_.empty(); // the bench, before any other thread exists
-    if (first) foreign_ = count_tasks() - 1;
+    foreign_ = count_tasks() - 1;
     self_ = add(time_.now());
-    if (!first) self_->turn.acquire();
 }
 
 void Turns::start(std::function<void()> body)
 {
-    join();
     Thread* thread = add(time_.now());
     strangers_ = true;
     std::thread([thread, body = std::move(body)] {
@@ -58,8 +54,8 @@ Turns::Thread* Turns::next()
 }
 
 /**
- * A thread that the daemon has just created joins by itself; until it has, time must not move, or runs would differ. It
- * takes a moment on a busy machine; one that never uses the box is not waited for longer than two seconds.
+ * A thread that the daemon has just created joins when it first sleeps; until it has, time must not move, or runs would
+ * differ. It takes a moment on a busy machine; one that never sleeps is not waited for longer than two seconds.
  */
 void Turns::wait_for_strangers()
 {
@@ -74,7 +70,11 @@ void Turns::wait_for_strangers()
 
 void Turns::sleep(Micros duration)
 {
-    join();
+    if (self_ == nullptr) {
+        self_ = add(time_.now() + duration);
+        self_->turn.acquire();
+        return;
+    }
     if (strangers_ && self_ != threads_.front().get()) {
         strangers_ = false;
         wait_for_strangers();

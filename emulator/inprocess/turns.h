@@ -18,10 +18,13 @@ class Turns {
 public:
     explicit Turns(Timeline& time) : time_(time) {}
 
-    /** Make sure that the calling thread takes part; a new one waits here for its first turn. */
-    void join();
+    /** Give the calling thread, the first and only one so far, the turn. */
+    void begin();
 
-    /** Sleep the calling thread, which has the turn. Events of the box happen in between. */
+    /**
+     * Sleep the calling thread. One that has the turn lets time pass and the others run; events of the box happen in
+     * between. One that the daemon has created joins here: until its first sleep it runs beside the one with the turn.
+     */
     void sleep(Micros duration);
 
     /** Start a thread whose first turn comes when the caller sleeps. */

@@ -62,16 +62,16 @@ TEST(EdidRom, HostHasWhatTheControlBitsGive)
 {
     static const struct {
         const char* what;
-        uint8_t control;
         int read;
+        uint8_t control;
         bool written;
     } cases[] = {
-        {"port 0 selected", 0x05, -ENXIO, false},
-        {"port 1 selected, all asked", 0x36, -ENXIO, false},
-        {"no port, nothing asked", 0x04, -ENXIO, false},
-        {"write bit alone", 0x14, -ENXIO, false},
-        {"read", 0x24, 0, false},
-        {"read and write", 0x34, 0, true},
+        {"port 0 selected", -ENXIO, 0x05, false},
+        {"port 1 selected, all asked", -ENXIO, 0x36, false},
+        {"no port, nothing asked", -ENXIO, 0x04, false},
+        {"write bit alone", -ENXIO, 0x14, false},
+        {"read", 0, 0x24, false},
+        {"read and write", 0, 0x34, true},
     };
     emu::Box& box = bench::box();
     uint64_t lost = 0;

@@ -76,7 +76,7 @@ TEST(NvramDevice, HostileRecordsAndFilesDoNoHarm)
     bench::box().root().write(name, "GOOD=1\n=nameless\nno equals sign\n" + std::string(64, 'n') +
                                         "=1\nLONG=" + std::string(128, 'v') + "\nALSO=2");
     char path[256] = {};
-    std::memcpy(path, name.data(), name.size());
+    name.copy(path, sizeof path - 1);
     ASSERT_EQ(nvram().request(LOAD_FILE, path), 0);
     EXPECT_EQ(nvram().store(), (emu::NvramDevice::Store{{"ALSO", "2"}, {"GOOD", "1"}}));
     std::memset(path, '/', sizeof path);

@@ -8,6 +8,7 @@
 #include "hdmirx/src/hdmirx/state.h"
 #include "tests/support/bench.h"
 
+#include <cstdio>
 #include <string>
 #include <utility>
 #include <vector>
@@ -93,9 +94,14 @@ inline void show(const emu::Signal& signal, int settle = 0)
 template<class Body>
 std::string printed(Body&& body)
 {
-    Output output;
-    body();
-    return output.take();
+    std::string text;
+    {
+        Output output;
+        body();
+        text = output.take();
+    }
+    if (testing::Test::HasFailure()) std::fputs(text.c_str(), stdout); // it may hold the failure's own text
+    return text;
 }
 
 /** Pull port 0's plug, and plug a source in when the driver has noticed; wait for its picture. */

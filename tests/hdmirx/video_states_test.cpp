@@ -151,7 +151,9 @@ TEST(ReceiverVideo, BothWaitsForSyncEndInAReset)
     ASSERT_EQ(bench::ticks_until(rx::VSTATE_SyncWait), 17);
     bench::ticks(239);
     rx::SetVState(rx::VSTATE_SyncChecking);
-    const std::string text = bench::printed([] { EXPECT_EQ(bench::ticks_until(rx::VSTATE_SWReset), 231); });
+    int waited = 0;
+    const std::string text = bench::printed([&] { waited = bench::ticks_until(rx::VSTATE_SWReset); });
+    EXPECT_EQ(waited, 231);
     EXPECT_EQ(bench::count(text, "\nsoftware reset timeout setting failed\n"), 1u);
     source().set_start_delay(100'000);
     EXPECT_GT(bench::ticks_until(rx::VSTATE_VideoOn), 0);

@@ -14,9 +14,9 @@ void message(const char* format, ...)
     va_end(arguments);
 }
 
-void print_position(std::source_location at)
+void print_position(int line)
 {
-    printf("%s:%d", "src/hdmirx.c", static_cast<int>(at.line()));
+    printf("%s:%d", "src/hdmirx.c", line);
 }
 
 } // namespace capd::rx

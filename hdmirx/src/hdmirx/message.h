@@ -4,8 +4,6 @@
  */
 #pragma once
 
-#include <source_location>
-
 namespace capd::rx {
 
 /**
@@ -19,6 +17,6 @@ namespace capd::rx {
 [[gnu::format(printf, 1, 2)]] void message(const char* format, ...);
 
 /** Print the position of a decision, without a line feed before or after it: the state change's own message follows. */
-void print_position(std::source_location at = std::source_location::current());
+void print_position(int line = __builtin_LINE());
 
 } // namespace capd::rx

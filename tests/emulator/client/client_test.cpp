@@ -9,6 +9,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -100,7 +101,7 @@ TEST(Client, RequestsReachTheBoxAndTheirAnswersComeBack)
     const int nvram = platform::device_open("/dev/qvnvram");
     ASSERT_GT(nvram, 0);
     char entry[192] = "NAME";
-    std::strcpy(entry + 64, "value");
+    std::snprintf(entry + 64, 128, "value");
     EXPECT_EQ(platform::device_request(nvram, 0x40C04E01, entry), 0);
     EXPECT_EQ(platform::device_request_value(nvram, 0x40044E03, 1), 0);
     EXPECT_EQ(tell(box.socket(), "show nvram").text(), "in memory:\nNAME=value\nin flash:\nNAME=value\n");
