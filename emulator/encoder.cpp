@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <sstream>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 
@@ -39,6 +40,13 @@ bool runs(pid_t pid)
     ::close(file);
     const char* state = std::strrchr(text, ')'); // behind the program's name
     return got && state != nullptr && std::strncmp(state, ") Z", 3) != 0 && std::strncmp(state, ") X", 3) != 0;
+}
+
+/** Whether a child of this process has ended that nobody has collected, or there is no child. */
+bool a_child_has_ended()
+{
+    siginfo_t ended{};
+    return ::waitid(P_ALL, 0, &ended, WEXITED | WNOHANG | WNOWAIT) != 0 || ended.si_pid != 0;
 }
 
 /** Wait in real time until something is so, or patience ends. */
@@ -125,6 +133,8 @@ void Encoder::settle()
             read_log();
             return !starting_;
         });
+    } else {
+        wait_until(a_child_has_ended); // the one that finds no script
     }
     starting_ = false;
 }

@@ -22,7 +22,7 @@ public:
     explicit RecorderBox(emu::Micros loop_step = 10'000)
     {
         emu::inprocess_set_loop_step(loop_step);
-        std::setvbuf(stdout, nullptr, _IOLBF, 0); // one order of lines on both outputs
+        std::setvbuf(stdout, nullptr, _IOLBF, 0);                // one order of lines on both outputs
         EXPECT_EQ(chdir(box().root().map("/kxbin").c_str()), 0); // where the box's start-up script starts the daemon
     }
 
