@@ -77,7 +77,7 @@ Command::Command(CLI::App& app, unsigned traits, Command*& chosen) : app_(app), 
     });
 }
 
-void Command::add_number(const char* name, const Range& range, const char* help, bool required, Take take)
+void Command::add_number(const char* name, const Range& range, const char* help, bool required, const Take& take)
 {
     app_.add_option_function<std::string>(
             name, [=](const std::string& given) { take(number_in(name, range, given)); }, help)
@@ -85,7 +85,8 @@ void Command::add_number(const char* name, const Range& range, const char* help,
         ->type_name(type_name(range));
 }
 
-void Command::add_numbers(const char* name, const Range& range, int most, const char* help, bool required, Take take)
+void Command::add_numbers(const char* name, const Range& range, int most, const char* help, bool required,
+                          const Take& take)
 {
     const auto take_all = [=](const std::vector<std::string>& given) {
         if (given.size() > static_cast<size_t>(most))

@@ -98,8 +98,8 @@ public:
 
 private:
     using Take = std::function<void(long long)>;
-    void add_number(const char* name, const Range& range, const char* help, bool required, Take take);
-    void add_numbers(const char* name, const Range& range, int most, const char* help, bool required, Take take);
+    void add_number(const char* name, const Range& range, const char* help, bool required, const Take& take);
+    void add_numbers(const char* name, const Range& range, int most, const char* help, bool required, const Take& take);
 
     CLI::App& app_;
     unsigned traits_;

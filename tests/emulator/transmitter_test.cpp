@@ -18,7 +18,6 @@
 namespace {
 
 using emu::MatrixKind;
-using emu::OutputColour;
 using emu::OutputSignal;
 using emu::Picture;
 

@@ -97,7 +97,7 @@ private:
 
 bool have_edid_decode()
 {
-    return output_of("command -v edid-decode") != "";
+    return !output_of("command -v edid-decode").empty();
 }
 
 EdidFacts ask_edid_decode(const emu::EdidImage& edid)

@@ -11,7 +11,7 @@ using namespace std::chrono_literals;
 
 std::string save(const std::string& name, std::span<const uint8_t> bytes)
 {
-    const std::string path = testing::TempDir() + name;
+    std::string path = testing::TempDir() + name;
     std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(bytes.data()), std::ssize(bytes));
     return path;
 }
