@@ -11,7 +11,7 @@ thread_local Turns::Thread* Turns::self_ = nullptr;
 Turns::Thread* Turns::add(Micros wake)
 {
     const std::lock_guard guard(lock_);
-    threads_.emplace_back(new Thread{.wake = wake, .order = ++order_, .turn = std::binary_semaphore(0)});
+    threads_.emplace_back(new Thread{.wake = wake, .order = ++order_});
     return threads_.back().get();
 }
 
@@ -36,9 +36,28 @@ void Turns::start(std::function<void()> body)
     strangers_ = true;
     std::thread([thread, body = std::move(body)] {
         self_ = thread;
-        thread->turn.acquire();
+        await_turn(*thread);
         body();
     }).detach();
+}
+
+void Turns::give_turn(Thread& thread)
+{
+    thread.turn.store(1, std::memory_order_release);
+    thread.turn.notify_one();
+}
+
+/**
+ * Most turns come within microseconds, less than it takes to put a core to sleep and wake it up: two virtual hours have
+ * more than a million of them.
+ */
+void Turns::await_turn(Thread& thread)
+{
+    for (int tries = 0; tries < 300; ++tries) {
+        if (thread.turn.exchange(0, std::memory_order_acquire) == 1) return;
+        std::this_thread::yield();
+    }
+    while (thread.turn.exchange(0, std::memory_order_acquire) == 0) thread.turn.wait(0);
 }
 
 Turns::Thread* Turns::next()
@@ -72,7 +91,7 @@ void Turns::sleep(Micros duration)
 {
     if (self_ == nullptr) {
         self_ = add(time_.now() + duration);
-        self_->turn.acquire();
+        await_turn(*self_);
         return;
     }
     if (strangers_ && self_ != threads_.front().get()) {
@@ -85,8 +104,8 @@ void Turns::sleep(Micros duration)
     time_.advance_to(chosen->wake);
     if (chosen == self_) return;
     Thread* self = self_;
-    chosen->turn.release();
-    self->turn.acquire();
+    give_turn(*chosen);
+    await_turn(*self);
 }
 
 } // namespace emu

@@ -6,10 +6,10 @@
 
 #include "emulator/timeline.h"
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <mutex>
-#include <semaphore>
 #include <vector>
 
 namespace emu {
@@ -33,9 +33,12 @@ public:
 private:
     struct Thread {
         Micros wake;
-        uint64_t order; ///< who asked first goes first at the same moment
-        std::binary_semaphore turn{0};
+        uint64_t order;           ///< who asked first goes first at the same moment
+        std::atomic<int> turn{0}; ///< 1: it is this thread's
     };
+
+    static void give_turn(Thread& thread);
+    static void await_turn(Thread& thread);
 
     Thread* add(Micros wake);
     Thread* next();
