@@ -1,5 +1,6 @@
 #include "recorder/capd.h"
 
+#include "devaccess/standard_streams.h"
 #include "devaccess/video_device.h"
 #include "hdmirx/hdmirx.h"
 #include "hdmitx/hdmitx.h"
@@ -123,6 +124,7 @@ static void start_drivers()
 
 int run(int argc, char* argv[])
 {
+    open_standard_streams();
     parse_options(argc, argv);
     start_services();
     _load_config();

@@ -1,7 +1,11 @@
 // Power-up: what is loaded, in which order, and what may be missing.
+#include "devaccess/standard_streams.h"
 #include "tests/box/recorder_box.h"
 
+#include <fcntl.h>
 #include <sstream>
+#include <sys/stat.h>
+#include <sys/wait.h>
 
 namespace bench {
 
@@ -30,6 +34,38 @@ TEST(StartUp, TakesItsStepsInOrder)
     EXPECT_EQ(count(log, "Raw key: 21 1\n"), 1u);
     EXPECT_FALSE(recorder.encoder_runs());
     EXPECT_EQ(recorder.panel() + recorder.bar(), "OO-----O-----");
+}
+
+// Catches: a device node, a pipe or a queue that takes the number of a standard stream and is written into by
+// everything that prints: nvram's complaints go to descriptor 0.
+TEST(StartUp, LeavesNoStandardStreamToADevice)
+{
+    struct stat null {};
+    ASSERT_EQ(stat("/dev/null", &null), 0);
+    for (int closed = 0; closed < 8; ++closed) {
+        SCOPED_TRACE(closed);
+        const pid_t child = fork();
+        if (child == 0) {
+            for (int fd = 0; fd < 3; ++fd)
+                if ((closed & 1 << fd) != 0) close(fd);
+            capd::open_standard_streams();
+            for (int fd = 0; fd < 3; ++fd) {
+                struct stat now {};
+                if (fstat(fd, &now) != 0 || ((closed & 1 << fd) != 0 && now.st_rdev != null.st_rdev)) _exit(1);
+            }
+            _exit(open("/dev/null", O_RDWR) > 2 ? 0 : 2);
+        }
+        int status = -1;
+        ASSERT_EQ(waitpid(child, &status, 0), child);
+        EXPECT_EQ(status, 0);
+    }
+    RecorderBox recorder;
+    tell("nvram missing on");
+    close(STDIN_FILENO);
+    recorder.start();
+    struct stat stream {};
+    ASSERT_EQ(fstat(STDIN_FILENO, &stream), 0);
+    EXPECT_EQ(stream.st_rdev, null.st_rdev);
 }
 
 struct Stored {
