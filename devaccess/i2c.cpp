@@ -54,19 +54,26 @@ void print_failure(const char* function, unsigned int address, unsigned int offs
     printf("return code=%d\n", result);
 }
 
+// What the board controller's registers held when last read or written, 0 before that. Guarded by i2c_lock.
+std::array<uint8_t, 256> board_registers;
+
+uint8_t& board_register(int reg)
+{
+    return board_registers[static_cast<uint8_t>(reg)];
+}
+
+/** Write a register; the caller holds the lock. */
 int write_register(int device, int reg, int value)
 {
     const unsigned int bytes[] = {static_cast<unsigned int>(reg), static_cast<unsigned int>(value)};
-    const ScopedLock lock(i2c_lock);
     return do_wri2cnb(SECOND_FORM, device, 2, bytes);
 }
 
-/** A register that cannot be read counts as 0: no bit set, no key waiting, no port selected. */
-int read_register(int device, int reg)
+/** Read a register; the caller holds the lock. @return the byte, or what to count it as when the transfer failed */
+int read_register(int device, int reg, uint8_t otherwise)
 {
     const unsigned int address = static_cast<unsigned int>(reg);
-    unsigned int value = 0;
-    const ScopedLock lock(i2c_lock);
+    unsigned int value = otherwise;
     do_rdi2cnb(SECOND_FORM, device, 1, &address, 1, &value);
     return static_cast<int>(value);
 }
@@ -130,32 +137,42 @@ int i2c_write_byte(unsigned int address, unsigned int offset, int count, const u
 
 int i2c_write_rx(int reg, int value)
 {
+    const ScopedLock lock(i2c_lock);
     return write_register(I2C_RECEIVER, reg, value);
 }
 
 int i2c_write_edidrom(int reg, int value)
 {
+    const ScopedLock lock(i2c_lock);
     return write_register(I2C_EDID_ROM, reg, value);
 }
 
 int i2c_write_board(int reg, int value)
 {
-    return write_register(I2C_BOARD, reg, value);
+    const ScopedLock lock(i2c_lock);
+    const int result = write_register(I2C_BOARD, reg, value);
+    if (result == 0) board_register(reg) = static_cast<uint8_t>(value);
+    return result;
 }
 
 int i2c_read_rx(int reg)
 {
-    return read_register(I2C_RECEIVER, reg);
+    const ScopedLock lock(i2c_lock);
+    return read_register(I2C_RECEIVER, reg, 0);
 }
 
 int i2c_read_edidrom(int reg)
 {
-    return read_register(I2C_EDID_ROM, reg);
+    const ScopedLock lock(i2c_lock);
+    return read_register(I2C_EDID_ROM, reg, 0);
 }
 
 int i2c_read_board(int reg)
 {
-    return read_register(I2C_BOARD, reg);
+    const ScopedLock lock(i2c_lock);
+    uint8_t& known = board_register(reg);
+    known = static_cast<uint8_t>(read_register(I2C_BOARD, reg, known));
+    return known;
 }
 
 } // namespace capd

@@ -66,6 +66,13 @@ int i2c_write_board(int reg, int value);
 /** Read one register under the I2C lock. @return the byte, 0 when the transfer failed */
 int i2c_read_rx(int reg);
 int i2c_read_edidrom(int reg);
+
+/**
+ * Likewise from the board controller, whose registers are read to be written back with some bits changed. One that
+ * cannot be read counts as what it held when it was last read or written: a lost transfer must not switch the port and
+ * the output off.
+ * @return the byte, or the last one known; 0 when it was never known
+ */
 int i2c_read_board(int reg);
 
 } // namespace capd

@@ -138,17 +138,19 @@ TEST(I2cRegisters, AFailureIsToldAndLeavesTheData)
     }
 }
 
-// Catches: a helper on another device, a failed read that passes on what lay on the stack.
-TEST(I2cSingleRegister, ReachesItsDeviceAndReadsZeroWhenRefused)
+// Catches: a helper on another device, a failed read that passes on what lay on the stack, and one of the board
+// controller, whose bits are read to be written back, that forgets them.
+TEST(I2cSingleRegister, ReachesItsDeviceAndAFailedReadHasItsFixedValue)
 {
     static const struct {
         int device;
         int (*write)(int, int);
         int (*read)(int);
+        int when_refused;
     } helpers[] = {
-        {I2C_RECEIVER, i2c_write_rx, i2c_read_rx},
-        {I2C_EDID_ROM, i2c_write_edidrom, i2c_read_edidrom},
-        {I2C_BOARD, i2c_write_board, i2c_read_board},
+        {I2C_RECEIVER, i2c_write_rx, i2c_read_rx, 0},
+        {I2C_EDID_ROM, i2c_write_edidrom, i2c_read_edidrom, 0},
+        {I2C_BOARD, i2c_write_board, i2c_read_board, 0x5A},
     };
     ASSERT_EQ(sys_init(), 0);
     i2c_write_board(2, 0x30); // the host's turn on the EDID ROM
@@ -160,9 +162,17 @@ TEST(I2cSingleRegister, ReachesItsDeviceAndReadsZeroWhenRefused)
         EXPECT_EQ(bus().last(0).data[0], 0x5A);
         EXPECT_EQ(helper.read(2), bus().last(0).data[0]);
         bus().fail(device, 0, 6, EIO);
-        EXPECT_EQ(helper.read(2), 0);
+        EXPECT_EQ(helper.read(2), helper.when_refused);
         EXPECT_EQ(helper.write(2, 1), -1);
     }
+    bus().fail(I2C_BOARD, 0, 6, EIO);
+    EXPECT_EQ(i2c_read_board(2), 0x5A) << "a refused write changed nothing";
+    EXPECT_EQ(i2c_read_board(3), 0) << "never known";
+    const unsigned int behind[] = {2, 0x0D}; // not through the helper
+    EXPECT_EQ(do_wri2cnb(1, I2C_BOARD, 2, behind), 0);
+    EXPECT_EQ(i2c_read_board(2), 0x0D);
+    bus().fail(I2C_BOARD, 0, 3, EIO);
+    EXPECT_EQ(i2c_read_board(2), 0x0D) << "what was read counts, too";
 }
 
 } // namespace

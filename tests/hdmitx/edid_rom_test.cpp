@@ -19,6 +19,8 @@ emu::EdidRom& rom()
     return bench::box().edid_rom();
 }
 
+std::array<unsigned char, 2> scratch;
+
 std::array<unsigned char, 256> numbered()
 {
     std::array<unsigned char, 256> bytes;
@@ -52,6 +54,35 @@ TEST(Board, PortAndOutputSwitchesKeepTheOtherBits)
         EXPECT_EQ(bench::box().board().control(), s.after);
         EXPECT_EQ(board_get_hdmirx_port(), s.port);
     }
+}
+
+// Catches: a lost read of the control register that is written back as 0: no port, and an output that is off for good.
+TEST(Board, ALostReadSwitchesNothingOff)
+{
+    static constexpr struct {
+        const char* what;
+        void (*step)();
+        std::initializer_list<uint64_t> reads; // transfers before each of them
+        int after;
+    } steps[] = {
+        {"ROM read", [] { edidrom_read(scratch.data(), 0, 2); }, {0, 1, 3}, 0x0D},
+        {"ROM write", [] { edidrom_write(scratch.data(), 0, 2); }, {0, 2}, 0x0D},
+        {"port 1", [] { board_select_hdmirx_port(1); }, {0}, 0x0E},
+        {"output on", [] { board_enable_hdmitx(); }, {0}, 0x0D},
+    };
+    edidrom_init();
+    for (const auto& s : steps) {
+        for (const uint64_t skip : s.reads) {
+            SCOPED_TRACE(std::string(s.what) + " after " + std::to_string(skip));
+            i2c_write_board(CONTROL, 0x0D);
+            bench::box().i2c().fail(BOARD, skip, 3, EIO);
+            bench::Output output;
+            s.step();
+            EXPECT_EQ(bench::count(output.take(), "do_rdi2cnb() ioctl failed"), 1u);
+            EXPECT_EQ(bench::box().board().control(), s.after);
+        }
+    }
+    EXPECT_EQ(bench::box().edid_rom().lost_writes(), 0u);
 }
 
 // Catches: an access without the ROM's switch, a control register that is not put back, bytes at the wrong place, and
