@@ -44,7 +44,7 @@ int _storage_check_led_update()
         show_error(RecorderError::CardNotWritable);
         return r;
     }
-    unsigned long free_kb = status.sddisk_available_kb;
+    unsigned long free_kb = 0;
     r = storage_get_available_kb(&free_kb);
     status.sddisk_available_kb = static_cast<uint32_t>(free_kb);
     CAPD_LOG(LOG_INFO, "sddisk_available_kb: %lukb\n", static_cast<unsigned long>(status.sddisk_available_kb));
@@ -55,6 +55,7 @@ int _storage_check_led_update()
 
 int _storage_measure()
 {
+    status.sddisk_available_kb = 0; // what was known is of the card before
     const int r = _storage_mount();
     if (r != 0) return r;
     _storage_check_led_update();

@@ -18,7 +18,7 @@ int _storage_umount();
 
 /**
  * Measure the mounted card's free space and show it on the bar. A read-only card darkens the bar and shows
- * RecorderError::CardNotWritable; what was measured before is kept when nothing can be measured.
+ * RecorderError::CardNotWritable. When it cannot be measured the free space counts as not measured (0).
  * @return 0, or the result of the check that failed
  */
 int _storage_check_led_update();

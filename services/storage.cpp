@@ -163,7 +163,8 @@ int storage_get_available_kb(unsigned long* kb)
         printf("Couldn't work out space available\n");
         return 1;
     }
-    *kb = static_cast<unsigned long>(std::max<int64_t>(total - used, 0)); // files may reach into the reserve
+    // Files may reach into the reserve. That card is full: 0 would say that its free space is not known.
+    *kb = static_cast<unsigned long>(std::max<int64_t>(total - used, 1));
     printf("Space available:             %lu kb\n", *kb);
     return 0;
 }

@@ -26,7 +26,11 @@ int storage_umount_device();
 /** @return 0 when the card is mounted read-write, 1 when it is not, else the shell line's exit status or -1 */
 int storage_check_writable();
 
-/** Measure the free space. @param kb KiB, set on success only. @return 0, or 1 when it cannot be worked out */
+/**
+ * Measure the free space.
+ * @param kb KiB, set on success only; at least 1, as 0 stands for a free space that is not known
+ * @return 0, or 1 when it cannot be worked out
+ */
 int storage_get_available_kb(unsigned long* kb);
 
 /** Measure a file. @param path path of the box. @param size bytes, set on success only. @return 0 or -1 */

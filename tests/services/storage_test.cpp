@@ -59,8 +59,9 @@ TEST(Storage, FreeSpaceIsWhatTheReserveAndTheFilesLeave)
     } cases[] = {
         {"32 GB card", 31166976, 1000, 31133208},
         {"2 TB card", 2147483647, 1000, 2147483647 - 32768 - 1000},
-        {"files reach into the reserve", 132768, 100001, 0},
-        {"nearly full", 132768, 99999, 1},
+        {"files reach into the reserve", 132768, 100001, 1}, // 0 would say that it is not known
+        {"files reach to the reserve", 132768, 100000, 1},
+        {"nearly full", 132768, 99998, 2},
         {"smaller than the reserve", 32768, 1000, -1},
     };
     insert_and_mount();
