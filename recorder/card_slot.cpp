@@ -13,9 +13,11 @@ static int look_for_new_card(const char* function)
 {
     if (storage_card_present() != 0) return 0;
     CAPD_LOG_AS(function, LOG_INFO, "New storage was added\n");
-    const int r = _storage_measure();
     status.card_removed = 0;
-    return r;
+    // A restart or the record key may have been faster than this look. Measuring would end with an unmount, and an
+    // encoder that has not opened its file yet would then fill the box's own root file system.
+    if (recorder_state() == STATE_RECORDING) return 0;
+    return _storage_measure();
 }
 
 static void look_for_removed_card(const char* function)

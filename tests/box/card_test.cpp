@@ -101,6 +101,64 @@ TEST(Card, PulledWhileRecordingAndPutBackContinues)
     EXPECT_EQ(recorder.bar(), "O-----");
 }
 
+// Catches: a card that is measured, and so unmounted under the encoder, because the recording was faster than the look
+// at the slot.
+TEST(Card, FoundBackByARunningRecordingStaysMountedUntilItsEnd)
+{
+    RecorderBox recorder;
+    tell("source 0 plug 1080p60");
+    recorder.start();
+    run_for(1s - now() % 1s + 50ms); // the slot is looked at when the second changes
+    tell("card insert");
+    recorder.press("record", 500ms);
+    ASSERT_TRUE(recorder.encoder_runs());
+    recorder.log();
+    run_for(8s);
+    std::string log = recorder.log();
+    EXPECT_EQ(count(log, ":_check_storage_event->New storage was added\n"), 1u);
+    EXPECT_EQ(count(log, "umount sddisk") + count(log, "sddisk_available_kb: "), 0u);
+    EXPECT_TRUE(box().card().mounted());
+    recorder.press("stop", 2s);
+    EXPECT_EQ(count(recorder.log(), ":_storage_umount->umount sddisk succeedeed\n"), 1u);
+    EXPECT_GT(recorder.file_kb("00001.00001.mp4"), 1000);
+    tell("card remove");
+    run_for(2s);
+    EXPECT_EQ(count(recorder.log(), ":_check_storage_event->Storage removed\n"), 1u);
+}
+
+// Catches: the free space of another card that decides about this one, and a full card that counts as not measured.
+TEST(Card, IsJudgedByItsOwnFreeSpaceOrByNone)
+{
+    static constexpr struct {
+        const char* what;
+        const char* size;
+        const char* file;
+        bool records;
+    } rows[] = {
+        {"nearly full", "card size 132868", "card put film.mp4 1", false},
+        {"not measurable: no larger than the reserve", "card size 32768", "card put film.mp4 1", true},
+        {"full into the reserve", "card size 132868", "card put film.mp4 110000", false},
+        {"empty", "card size 31166976", "card put film.mp4 1", true},
+    };
+    RecorderBox recorder;
+    tell("source 0 plug 1080p60");
+    recorder.start();
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        tell(row.size);
+        tell(row.file);
+        tell("card insert");
+        run_for(3s);
+        recorder.log();
+        recorder.press("record", 2s);
+        EXPECT_EQ(count(recorder.log(), ":_av_rec_start->Not enough disk space to record\n"), row.records ? 0u : 1u);
+        EXPECT_EQ(recorder.encoder_runs(), row.records);
+        recorder.press("stop", 2s);
+        tell("card remove");
+        run_for(3s);
+    }
+}
+
 // Catches: too few or too many attempts, attempts without a pause, and a recorder that is stuck afterwards.
 TEST(Card, BusyAtUnmountIsTriedFourTimes)
 {
