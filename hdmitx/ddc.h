@@ -5,11 +5,11 @@
  */
 #pragma once
 
+#include "hdmitx/edid.h"
+
 #include <cstdint>
 
 namespace capd {
-
-constexpr int EDID_BLOCK_SIZE = 128;
 
 /** Empty the DDC master's FIFO. */
 void hdmitx_ClearDDCFIFO();

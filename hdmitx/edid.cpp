@@ -1,21 +1,11 @@
 #include "hdmitx/edid.h"
 
 #include <algorithm>
-#include <cstdio>
-#include <span>
-
-#include "hdmitx/ddc.h"
-#include "hdmitx/hdmitx.h"
+#include <numeric>
 
 namespace capd {
 
 namespace {
-
-using Bytes = std::span<const uint8_t>;
-
-constexpr std::array<uint8_t, 8> EDID_HEADER = {0x00, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x00};
-constexpr size_t EXTENSION_COUNT = 0x7E;
-constexpr int MAX_EXTENSIONS = 4;
 
 constexpr uint8_t CEA_TAG = 0x02;
 constexpr uint8_t CEA_REVISION = 0x03;
@@ -24,196 +14,128 @@ constexpr size_t CEA_FLAGS = 3;
 constexpr size_t CEA_COLLECTION = 4;
 constexpr size_t CEA_CHECKSUM = 127;
 
-constexpr uint8_t BLOCK_AUDIO = 1;
-constexpr uint8_t BLOCK_VIDEO = 2;
-constexpr uint8_t BLOCK_VENDOR = 3;
-constexpr uint8_t BLOCK_SPEAKER = 4;
-
 constexpr size_t DESCRIPTOR_SIZE = 3;
 constexpr size_t SPEAKER_SIZE = 3;
-constexpr uint8_t VIC_NATIVE = 0x80;
-constexpr uint8_t VIC_MASK = 0x7F;
-constexpr uint8_t VICS = 64; // that VDOMode has a bit for
+constexpr size_t OUI_SIZE = 3;
 constexpr uint8_t DEEP_COLOUR = 0x70;
 constexpr uint8_t LATENCY_PRESENT = 0x80;
 constexpr uint8_t INTERLACED_LATENCY_PRESENT = 0x40;
 constexpr uint8_t VIDEO_FEATURES_PRESENT = 0x20;
 constexpr uint8_t FEATURE_3D = 0x80;
 
-std::array<uint8_t, EDID_IMAGE_SIZE> image; // block 0, and the extension block read last
-RxCapability capability;
-hdmitx_edid_callback edid_callback;
-
-uint8_t* extension()
-{
-    return image.data() + EDID_BLOCK_SIZE;
-}
-
-void set_flag(uint8_t flag, bool on)
+void set_flag(RxCapability& capability, uint8_t flag, bool on)
 {
     capability.flags = static_cast<uint8_t>(on ? capability.flags | flag : capability.flags & ~flag);
 }
 
-void print_block(const uint8_t* block)
-{
-    for (int i = 0; i < EDID_BLOCK_SIZE; ++i) printf("%02X%c", block[i], i % 8 == 7 ? '\n' : ' ');
-}
-
-void parse_audio(Bytes payload)
+void parse_audio(EdidBytes payload, RxCapability& capability)
 {
     capability.AUDDesCount = static_cast<uint8_t>(payload.size() / DESCRIPTOR_SIZE);
-    printf("RxCapability.AUDDesCount = %d\n", capability.AUDDesCount);
     const size_t kept = std::min<size_t>(capability.AUDDesCount, capability.AUDDes.size());
     for (size_t i = 0; i < kept; ++i)
-        std::copy_n(payload.begin() + static_cast<std::ptrdiff_t>(i * DESCRIPTOR_SIZE), DESCRIPTOR_SIZE,
-                    capability.AUDDes[i].begin());
+        std::ranges::copy(payload.subspan(i * DESCRIPTOR_SIZE, DESCRIPTOR_SIZE), capability.AUDDes[i].begin());
 }
 
-void parse_video(Bytes payload)
+void parse_video(EdidBytes payload, RxCapability& capability)
 {
     capability.NativeVIC = NO_NATIVE_VIC;
     for (const uint8_t byte : payload) {
-        const uint8_t vic = byte & VIC_MASK;
-        if (vic >= VICS) continue;
+        const uint8_t vic = edid_vic(byte);
+        if (vic >= EDID_VICS) continue;
         uint8_t& modes = capability.VDOMode[vic / 8];
         modes = static_cast<uint8_t>(modes | 1u << vic % 8);
-        printf("VIC = %d, RxCapability.VDOMode[%d]=%02X\n", vic, vic / 8, modes);
-        if ((byte & VIC_NATIVE) == 0 || capability.NativeVIC != NO_NATIVE_VIC) continue;
-        capability.NativeVIC = vic;
-        printf("native = %d\n", vic);
+        if (edid_vic_is_native(byte) && capability.NativeVIC == NO_NATIVE_VIC) capability.NativeVIC = vic;
     }
 }
 
 // What an HDMI vendor block says after its identifier; every field from the sixth byte on is optional.
-void parse_hdmi_vendor(Bytes payload)
+void parse_hdmi_vendor(EdidBytes payload, RxCapability& capability)
 {
     const size_t size = payload.size();
     if (size > 4) capability.PhysAddr = {payload[3], payload[4]};
     if (size > 5) capability.DCFlags = payload[5] & DEEP_COLOUR;
     if (size > 6) capability.MaxTMDSClock = payload[6];
-    if (size <= 7) return;
-    const uint8_t present = payload[7];
-    size_t features = (present & LATENCY_PRESENT) != 0 ? 10 : 8;
-    if ((present & INTERLACED_LATENCY_PRESENT) != 0) features += 2;
-    if ((present & VIDEO_FEATURES_PRESENT) == 0) return;
-    printf("next offset = %d", static_cast<int>(features));
-    set_flag(RX_VALID_3D, features < size && (payload[features] & FEATURE_3D) != 0);
+    const size_t features = edid_offset_of_3d(payload);
+    if (features != 0) set_flag(capability, RX_VALID_3D, features < size && (payload[features] & FEATURE_3D) != 0);
 }
 
-void parse_vendor(Bytes payload)
+void parse_vendor(EdidBytes payload, RxCapability& capability)
 {
-    if (payload.size() < 3) return; // no room for an identifier
-    capability.IEEEOUI = payload[0] | uint32_t{payload[1]} << 8 | uint32_t{payload[2]} << 16;
-    printf("IEEEOUI = %02X %02X %02X %lx", payload[2], payload[1], payload[0],
-           static_cast<unsigned long>(capability.IEEEOUI));
-    if (capability.IEEEOUI == HDMI_OUI) parse_hdmi_vendor(payload);
+    if (payload.size() < OUI_SIZE) return;
+    capability.IEEEOUI = edid_oui(payload);
+    if (capability.IEEEOUI == HDMI_OUI) parse_hdmi_vendor(payload, capability);
 }
 
-void parse_data_block(uint8_t tag, Bytes payload)
+void parse_data_block(const EdidDataBlock& block, RxCapability& capability)
 {
-    switch (tag) {
-    case BLOCK_AUDIO: parse_audio(payload); break;
-    case BLOCK_VIDEO: parse_video(payload); break;
-    case BLOCK_VENDOR: parse_vendor(payload); break;
-    case BLOCK_SPEAKER:
-        if (payload.size() == SPEAKER_SIZE) std::ranges::copy(payload, capability.SpeakerAlloc.begin());
+    switch (block.tag) {
+    case EdidTag::Audio: parse_audio(block.payload, capability); break;
+    case EdidTag::Video: parse_video(block.payload, capability); break;
+    case EdidTag::Vendor: parse_vendor(block.payload, capability); break;
+    case EdidTag::Speaker:
+        if (block.payload.size() == SPEAKER_SIZE) std::ranges::copy(block.payload, capability.SpeakerAlloc.begin());
         break;
-    default: break;
     }
-}
-
-void parse_cea_extension(std::span<const uint8_t, EDID_BLOCK_SIZE> block)
-{
-    capability.CEAFlags = block[CEA_FLAGS];
-    capability.NativeVIC = NO_NATIVE_VIC;
-    capability.VDOMode = {};
-    capability.PhysAddr = {};
-    const size_t end = std::min<size_t>(block[CEA_COLLECTION_END], CEA_CHECKSUM);
-    for (size_t i = CEA_COLLECTION; i < end;) {
-        const auto tag = static_cast<uint8_t>(block[i] >> 5);
-        const size_t told = block[i] & 0x1F;
-        // A speaker block has three bytes by definition, whatever its length says; with less it tells nothing.
-        const size_t length = tag == BLOCK_SPEAKER ? SPEAKER_SIZE : told;
-        ++i;
-        parse_data_block(tag, block.subspan(i, std::min({length, told, CEA_CHECKSUM - i})));
-        i += length;
-    }
-    set_flag(RX_VALID_CEA, true);
-    printf("err = %s\n", "SUCCESS");
-    printf("RxCapability.IEEEOUI = %lx\n", static_cast<unsigned long>(capability.IEEEOUI));
-}
-
-bool block_0_is_good()
-{
-    unsigned int sum = 0;
-    for (int i = 0; i < EDID_BLOCK_SIZE; ++i) sum += image[static_cast<size_t>(i)];
-    if (sum % 256 != 0) {
-        printf("Edid checksum failed\n");
-        return false;
-    }
-    if (!std::equal(EDID_HEADER.begin(), EDID_HEADER.end(), image.begin())) {
-        printf("Edid first 8 bytes don't match the edid values\n");
-        return false;
-    }
-    return true;
-}
-
-// What decides between HDMI and DVI never comes from an earlier display; the other fields stay until a block sets them.
-void forget_display()
-{
-    image = {};
-    capability.flags = 0;
-    capability.DCFlags = 0;
-    capability.IEEEOUI = 0;
-}
-
-void read_block_0()
-{
-    printf("Running getHDMITX_EDIDBlock\n");
-    const int result = getHDMITX_EDIDBlock(0, image.data());
-    printf("getHDMITX_EDIDBlock return(1=success): %d\n", result);
-    print_block(image.data());
-}
-
-// Reads them all, because the source gets the last one; parses up to the first that is HDMI.
-int read_extensions(int count)
-{
-    int result = 1;
-    for (int block = 1; block <= count; ++block) {
-        result = getHDMITX_EDIDBlock(block, extension());
-        print_block(extension());
-        const bool found = (capability.flags & RX_VALID_HDMI) != 0;
-        if (result != 1 || found || extension()[0] != CEA_TAG || extension()[1] != CEA_REVISION) continue;
-        parse_cea_extension(std::span<const uint8_t, EDID_BLOCK_SIZE>(extension(), EDID_BLOCK_SIZE));
-        set_flag(RX_VALID_HDMI, capability.IEEEOUI == HDMI_OUI);
-    }
-    return result;
 }
 
 } // namespace
 
-int ParseEDID()
+bool edid_sum_is_right(EdidBlock block)
 {
-    forget_display();
-    read_block_0();
-    if (!block_0_is_good()) return 0;
-    const int count = image[EXTENSION_COUNT];
-    printf("Edid blockcount(0x7E) is %d\n", count);
-    if (count == 0) return 1;
-    const int result = read_extensions(std::min(count, MAX_EXTENSIONS));
-    if ((capability.flags & RX_VALID_HDMI) != 0 && edid_callback != nullptr) edid_callback(image.data());
-    return result;
+    return std::accumulate(block.begin(), block.end(), 0u) % 256 == 0;
 }
 
-const RxCapability& hdmitx_rx_capability()
+EdidFault edid_check(EdidBlock block_0)
 {
-    return capability;
+    if (!edid_sum_is_right(block_0)) return EdidFault::Sum;
+    return std::equal(EDID_HEADER.begin(), EDID_HEADER.end(), block_0.begin()) ? EdidFault::None : EdidFault::Header;
 }
 
-int hdmitx_set_edid_callback(hdmitx_edid_callback callback)
+bool edid_is_cea(EdidBlock extension)
 {
-    edid_callback = callback;
-    return 0;
+    return extension[0] == CEA_TAG && extension[1] == CEA_REVISION;
+}
+
+EdidDataBlocks::EdidDataBlocks(EdidBlock extension)
+    : extension_(extension), end_(std::min<size_t>(extension[CEA_COLLECTION_END], CEA_CHECKSUM)), at_(CEA_COLLECTION)
+{
+}
+
+bool EdidDataBlocks::next()
+{
+    if (at_ >= end_) return false;
+    block_.tag = static_cast<EdidTag>(extension_[at_] >> 5);
+    const size_t told = extension_[at_] & 0x1F;
+    // A speaker block has three bytes by definition, whatever its length says; with less it tells nothing.
+    const size_t length = block_.tag == EdidTag::Speaker ? SPEAKER_SIZE : told;
+    ++at_;
+    block_.payload = extension_.subspan(at_, std::min({length, told, CEA_CHECKSUM - at_}));
+    at_ += length;
+    return true;
+}
+
+uint32_t edid_oui(EdidBytes payload)
+{
+    if (payload.size() < OUI_SIZE) return 0;
+    return payload[0] | uint32_t{payload[1]} << 8 | uint32_t{payload[2]} << 16;
+}
+
+size_t edid_offset_of_3d(EdidBytes payload)
+{
+    if (payload.size() <= 7 || (payload[7] & VIDEO_FEATURES_PRESENT) == 0) return 0;
+    const size_t latencies = (payload[7] & LATENCY_PRESENT) != 0 ? 10 : 8;
+    return latencies + ((payload[7] & INTERLACED_LATENCY_PRESENT) != 0 ? 2 : 0);
+}
+
+void edid_parse(EdidBlock extension, RxCapability& capability)
+{
+    capability.CEAFlags = extension[CEA_FLAGS];
+    capability.NativeVIC = NO_NATIVE_VIC;
+    capability.VDOMode = {};
+    capability.PhysAddr = {};
+    for (EdidDataBlocks blocks(extension); blocks.next();) parse_data_block(blocks.block(), capability);
+    set_flag(capability, RX_VALID_CEA, true);
+    set_flag(capability, RX_VALID_HDMI, capability.IEEEOUI == HDMI_OUI);
 }
 
 } // namespace capd

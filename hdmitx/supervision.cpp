@@ -5,7 +5,7 @@
 #include "hdmitx/access.h"
 #include "hdmitx/audio_output.h"
 #include "hdmitx/ddc.h"
-#include "hdmitx/edid.h"
+#include "hdmitx/display_edid.h"
 #include "hdmitx/hdmitx.h"
 #include "hdmitx/power.h"
 #include "hdmitx/registers.h"

@@ -7,7 +7,7 @@
 #include "devaccess/i2c.h"
 #include "hdmitx/access.h"
 #include "hdmitx/ddc.h"
-#include "hdmitx/edid.h"
+#include "hdmitx/display_edid.h"
 #include "hdmitx/registers.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 #include "emulator/edids.h"
 #include "hdmitx/ddc.h"
-#include "hdmitx/edid.h"
+#include "hdmitx/display_edid.h"
 #include "tests/hdmitx/edid_facts.h"
 #include "tests/hdmitx/output_bench.h"
 

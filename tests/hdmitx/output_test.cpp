@@ -1,4 +1,4 @@
-#include "hdmitx/edid.h"
+#include "hdmitx/display_edid.h"
 #include "hdmitx/info_frames.h"
 #include "hdmitx/state.h"
 #include "hdmitx/supervision.h"
