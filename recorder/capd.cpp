@@ -11,10 +11,12 @@
 #include "recorder/log.h"
 #include "recorder/main_loop.h"
 #include "recorder/options.h"
-#include "recorder/status.h"
+#include "recorder/panel.h"
+#include "recorder/selection.h"
+#include "recorder/state.h"
 #include "services/encoder.h"
-#include "services/encoder_config.h"
 #include "services/key_input.h"
+#include "services/message_queue.h"
 #include "services/settings.h"
 #include "services/storage.h"
 
@@ -44,7 +46,7 @@ static void start_led_thread()
 {
     pthread_t thread{};
     errno = pthread_create(&thread, nullptr, _led_update_thread, nullptr);
-    if (errno != 0) CAPD_LOG_AS("main", LOG_ERR, "Couldn't create thread to update led's, error=%s\n", strerror(errno));
+    if (errno != 0) CAPD_LOG_STEP(LOG_ERR, "Couldn't create thread to update led's, error=%s\n", strerror(errno));
 }
 
 /** Events of the input. Its stability reaches the recorder by polling, so there is nothing to do but tell. */
@@ -54,70 +56,36 @@ static int hdmirx_event_callback(int event, int /*argument*/)
     case HDMIRX_EVENT_UNSTABLE: CAPD_LOG(LOG_INFO, "Unstable event received, doing nothing\n"); break;
     case HDMIRX_EVENT_AUDIO_ERROR: CAPD_LOG(LOG_INFO, "Audio error event received, doing nothing\n"); break;
     case HDMIRX_EVENT_AVI_CHANGE: CAPD_LOG(LOG_INFO, "Avi info frame interrupt event received, doing nothing\n"); break;
-    default: break;
+    case HDMIRX_EVENT_AUDIO_ON: break;
     }
     return 0;
 }
 
-static void load_port()
-{
-    int port = 0;
-    config_get_hdmirx_port(&port);
-    const int r = _hdmirx_port_set(port);
-    settings.hdmirx_port = port;
-    if (r != 0) return;
-    const bool first = port == 0;
-    settings.rec_led = first ? PANEL_RECORD_0 : PANEL_RECORD_1;
-    panel_set(PANEL_PORT_0, first ? LED_ON : LED_OFF);
-    panel_set(PANEL_PORT_1, first ? LED_OFF : LED_ON);
-}
-
-static int load_bitrate(int config)
-{
-    long bitrate = 0;
-    const int r = config_get_bitrate(config, &bitrate);
-    if (r == 0) av_rec_set_bitrate(config, bitrate);
-    return r;
-}
-
-/** Take the saved settings over. */
-static void _load_config()
-{
-    load_port();
-    config_get_av_rec_config(&settings.config_no);
-    panel_set(PANEL_CONFIG, settings.config_no == 0 ? LED_OFF : LED_ON);
-    load_bitrate(0);
-    const int r = load_bitrate(1);
-    CAPD_LOG(LOG_INFO, "_load_config r=%d\n", r);
-}
-
-// The start-up sequence is logged under the name of the function that it is: main.
-
 static void start_services()
 {
     int r = sys_init();
-    CAPD_LOG_AS("main", LOG_INFO, "sys_init r=%d\n", r);
+    CAPD_LOG_STEP(LOG_INFO, "sys_init r=%d\n", r);
     r = config_init();
-    CAPD_LOG_AS("main", LOG_INFO, "config_init r=%d\n", r);
+    CAPD_LOG_STEP(LOG_INFO, "config_init r=%d\n", r);
     r = storage_init();
-    CAPD_LOG_AS("main", LOG_INFO, "storage_init r=%d\n", r);
+    CAPD_LOG_STEP(LOG_INFO, "storage_init r=%d\n", r);
     r = av_init();
-    CAPD_LOG_AS("main", LOG_INFO, "av_init r=%d\n", r);
+    CAPD_LOG_STEP(LOG_INFO, "av_init r=%d\n", r);
     start_led_thread();
     r = runner_init();
-    CAPD_LOG_AS("main", LOG_INFO, "runner_init r=%d\n", r);
+    CAPD_LOG_STEP(LOG_INFO, "runner_init r=%d\n", r);
     r = keyinput_init();
-    CAPD_LOG_AS("main", LOG_INFO, "keyinput_init r=%d\n", r);
+    CAPD_LOG_STEP(LOG_INFO, "keyinput_init r=%d\n", r);
 }
 
 static void start_drivers()
 {
     int r = hdmirx_init();
-    CAPD_LOG_AS("main", LOG_INFO, "hdmirx_init=%d\n", r);
+    CAPD_LOG_STEP(LOG_INFO, "hdmirx_init=%d\n", r);
     r = hdmitx_init();
-    CAPD_LOG_AS("main", LOG_INFO, "Blanking hdmitx\n");
+    CAPD_LOG_STEP(LOG_INFO, "Blanking hdmitx\n");
     hdmitx_blank(); // until the main loop finds the input stable
-    CAPD_LOG_AS("main", LOG_INFO, "hdmitx_init=%d\n", r);
+    CAPD_LOG_STEP(LOG_INFO, "hdmitx_init=%d\n", r);
     hdmitx_set_edid_callback(edid_data_callback);
     hdmirx_set_callback(hdmirx_event_callback);
 }

@@ -2,8 +2,11 @@
 
 #include "platform/platform.h"
 #include "recorder/log.h"
-#include "recorder/status.h"
+#include "recorder/options.h"
+#include "recorder/panel.h"
 #include "services/storage.h"
+
+#include <array>
 
 namespace capd {
 
@@ -13,6 +16,8 @@ constexpr uint32_t UMOUNT_RETRY_US = 1'000'000;
 /** KiB of free space below which LED 0 to 4 of the bar is lit: 512 GiB, 16 GiB, 8 GiB, 2 GiB, 512 MiB. */
 constexpr std::array<unsigned long, BAR_LEDS - 1> BAR_THRESHOLD_KB = {536'870'912, 16'777'216, 8'388'608, 2'097'152,
                                                                       524'288};
+
+static uint32_t sddisk_available_kb; // as last measured, less the files closed since; 0 not known
 
 int _storage_mount()
 {
@@ -46,33 +51,38 @@ int _storage_check_led_update()
     }
     unsigned long free_kb = 0;
     r = storage_get_available_kb(&free_kb);
-    status.sddisk_available_kb = static_cast<uint32_t>(free_kb);
-    CAPD_LOG(LOG_INFO, "sddisk_available_kb: %lukb\n", static_cast<unsigned long>(status.sddisk_available_kb));
+    sddisk_available_kb = static_cast<uint32_t>(free_kb);
+    CAPD_LOG(LOG_INFO, "sddisk_available_kb: %lukb\n", static_cast<unsigned long>(sddisk_available_kb));
     CAPD_LOG(LOG_INFO, "storage_hard_limit: %lukb\n", static_cast<unsigned long>(settings.storage_hard_limit));
-    _storage_led_bar_update(status.sddisk_available_kb);
+    _storage_led_bar_update(sddisk_available_kb);
     return r;
 }
 
 int _storage_measure()
 {
-    status.sddisk_available_kb = 0; // what was known is of the card before
+    sddisk_available_kb = 0; // what was known is of the card before
     const int r = _storage_mount();
     if (r != 0) return r;
     _storage_check_led_update();
     return _storage_umount();
 }
 
-int _sddisk_available_kb_update()
+int _sddisk_available_kb_update(const char* file)
 {
     unsigned long size = 0;
-    const int r = storage_get_file_size(status.output_filename.data(), &size);
+    const int r = storage_get_file_size(file, &size);
     if (r != 0) {
         CAPD_LOG(LOG_WARNING, "Couldn't get file size: %d\n", r);
         return 0;
     }
-    status.sddisk_available_kb -= static_cast<uint32_t>(size >> 10);
-    CAPD_LOG(LOG_INFO, "Sddisk available kb: %lu\n", static_cast<unsigned long>(status.sddisk_available_kb));
+    sddisk_available_kb -= static_cast<uint32_t>(size >> 10);
+    CAPD_LOG(LOG_INFO, "Sddisk available kb: %lu\n", static_cast<unsigned long>(sddisk_available_kb));
     return 0;
+}
+
+uint32_t _sddisk_free_kb(uint32_t file_kb)
+{
+    return sddisk_available_kb - file_kb;
 }
 
 /** Mode of one LED of the bar. LED 5 has no threshold: it joins in below the hard limit only. */
@@ -96,7 +106,7 @@ void _storage_led_bar_clear()
 
 bool _storage_is_full()
 {
-    return status.sddisk_available_kb != 0 && status.sddisk_available_kb < settings.storage_hard_limit;
+    return sddisk_available_kb != 0 && sddisk_available_kb < settings.storage_hard_limit;
 }
 
 } // namespace capd

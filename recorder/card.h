@@ -26,8 +26,14 @@ int _storage_check_led_update();
 /** Mount the card, measure it and unmount it again. @return the result of the mount that failed, or of the unmount */
 int _storage_measure();
 
-/** Take the size of the file just closed off the free space. @return 0 */
-int _sddisk_available_kb_update();
+/** Take the size of a file just closed off the free space. @param file path of the box. @return 0 */
+int _sddisk_available_kb_update(const char* file);
+
+/**
+ * Free space in KiB as last measured, less the files closed since and less what the open file has taken.
+ * @param file_kb size of the open file. Free space that is not known counts as 0, and wraps with a file in it.
+ */
+uint32_t _sddisk_free_kb(uint32_t file_kb);
 
 /**
  * Show the free space on the bar, which fills up as the card does; below the hard limit it blinks as a whole.

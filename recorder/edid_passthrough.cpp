@@ -3,7 +3,8 @@
 #include "hdmitx/edid_rom.h"
 #include "hdmitx/hdmitx.h"
 #include "recorder/log.h"
-#include "recorder/status.h"
+#include "recorder/options.h"
+#include "recorder/state.h"
 
 #include <array>
 #include <cstdio>

@@ -2,13 +2,14 @@
 
 #include "recorder/log.h"
 #include "recorder/self_test.h"
-#include "recorder/status.h"
 
 #include <cstdio>
 #include <cstdlib>
 #include <getopt.h>
 
 namespace capd {
+
+constinit DaemonSettings settings;
 
 enum OptionCode : int {
     OPTION_TEST = 1,

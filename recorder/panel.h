@@ -23,10 +23,24 @@ enum PanelLed : int {
     PANEL_ERROR = 6,    ///< LED_ON: a settings problem; LED_BLINK: roll-over or auto-stopped; flashes: RecorderError
 };
 
+/** What went wrong, as the mode of the error LED that shows it. */
+enum class RecorderError : int {
+    NoCard = LED_FLASH_1,          ///< none in the slot, or it cannot be mounted
+    NoInput = LED_FLASH_2,         ///< not stable, or its information cannot be read
+    BadFormat = LED_FLASH_3,       ///< the encoder cannot take it
+    CardNotWritable = LED_FLASH_5, ///< read-only, or no file name could be made on it
+};
+
 /** Give an LED of the panel a mode. */
 inline void panel_set(int led, int mode)
 {
     led_set(PANEL_GROUP, led, mode);
+}
+
+/** Show an error on the error LED. */
+inline void show_error(RecorderError error)
+{
+    panel_set(PANEL_ERROR, static_cast<int>(error));
 }
 
 } // namespace capd

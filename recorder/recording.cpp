@@ -2,193 +2,213 @@
 
 #include "hdmirx/hdmirx.h"
 #include "recorder/card.h"
+#include "recorder/input_watch.h"
 #include "recorder/log.h"
-#include "recorder/status.h"
+#include "recorder/options.h"
+#include "recorder/panel.h"
+#include "recorder/selection.h"
+#include "recorder/state.h"
 #include "services/encoder.h"
 #include "services/encoder_config.h"
 #include "services/storage.h"
 
+#include <array>
 #include <unistd.h>
 
 namespace capd {
 
-/** Why av_rec_configure() refuses an input. */
-enum ConfigureRefusal : int {
-    REFUSED_PICTURE = -5,
-    REFUSED_WORD_LENGTH = -4,
-    REFUSED_CHANNELS = -3,
-    REFUSED_SAMPLE_RATE = -2,
+namespace {
+
+std::array<char, 128> file{};
+constexpr int FILE_LIMIT = 127; // handed over with it; the writer keeps one character of it spare
+
+/** How the log tells a refusal. Audio often lags behind the picture when an input comes back: a restart tries again and
+ * its LED keeps blinking. */
+constexpr struct {
+    EncoderRefusal reason;
+    const char* text;
+    int32_t hdmirx_info::*value;
+    bool shown_at_restart;
+} REFUSALS[] = {
+    {EncoderRefusal::Picture, "video resolution invalid", &hdmirx_info::active_width, true},
+    {EncoderRefusal::WordLength, "audio sample word length not valid", &hdmirx_info::audio_word_length, true},
+    {EncoderRefusal::Channels, "audio channels not supported", &hdmirx_info::audio_channels, false},
+    {EncoderRefusal::SampleRate, "bitrate not supported", &hdmirx_info::audio_sample_rate, false},
 };
 
-static int start_failed(int r)
+void tell_refusal(EncoderRefusal reason, const hdmirx_info& info)
 {
-    panel_set(settings.rec_led, LED_OFF);
+    for (const auto& row : REFUSALS) {
+        if (row.reason != reason) continue;
+        CAPD_LOG_STEP(LOG_WARNING, "%s: %d\n", row.text, info.*row.value);
+        if (row.shown_at_restart || recorder_state() != STATE_AUTO_STOPPED) show_error(RecorderError::BadFormat);
+    }
+}
+
+/** Read what the input carries. @return 0, or what hdmirx_get_info() returned */
+int describe_input(hdmirx_info& info)
+{
+    const int r = hdmirx_get_info(selected_config(), &info, 1);
+    CAPD_LOG_STEP(LOG_INFO, "audio_bitrate: %d\n", info.audio_sample_rate);
+    CAPD_LOG_STEP(LOG_INFO, "audio_ch_no: %d\n", info.audio_channels);
+    CAPD_LOG_STEP(LOG_INFO, "audio_is_IEC61937: %d\n", info.audio_iec61937);
+    CAPD_LOG_STEP(LOG_INFO, "sample_word_len: %d\n", info.audio_word_length);
+    hdmirx_debug(0);
+    if (r == 0) return 0;
+    CAPD_LOG_STEP(LOG_WARNING, "hdmirx_get_info failed: %d\n", r);
+    show_error(RecorderError::NoInput);
     return r;
 }
 
-static int start_failed_mounted(int r)
-{
-    _storage_umount();
-    return start_failed(r);
-}
-
-/** Say why av_rec_configure() refused the input. */
-static void report_refusal(const char* function, int r, const hdmirx_info& info)
-{
-    // Audio often lags behind the picture when an input comes back: a restart tries again and its LED keeps blinking.
-    const bool restarting = recorder_state() == STATE_AUTO_STOPPED;
-    switch (r) {
-    case REFUSED_PICTURE:
-        CAPD_LOG_AS(function, LOG_WARNING, "video resolution invalid: %d\n", info.active_width);
-        show_error(RecorderError::BadFormat);
-        break;
-    case REFUSED_WORD_LENGTH:
-        CAPD_LOG_AS(function, LOG_WARNING, "audio sample word length not valid: %d\n", info.audio_word_length);
-        show_error(RecorderError::BadFormat);
-        break;
-    case REFUSED_CHANNELS:
-        CAPD_LOG_AS(function, LOG_WARNING, "audio channels not supported: %d\n", info.audio_channels);
-        if (!restarting) show_error(RecorderError::BadFormat);
-        break;
-    case REFUSED_SAMPLE_RATE:
-        CAPD_LOG_AS(function, LOG_WARNING, "bitrate not supported: %d\n", info.audio_sample_rate);
-        if (!restarting) show_error(RecorderError::BadFormat);
-        break;
-    default: break; // the edit itself failed
-    }
-    CAPD_LOG_AS(function, LOG_WARNING, "av_rec_configure failed: %d\n", r);
-}
-
-/** Read what the input carries and write it into the encoder's configuration. */
-static int configure_for_input(const char* function)
+/** Write what the input carries into the encoder's configuration. */
+int configure_for_input()
 {
     hdmirx_info info{};
-    int r = hdmirx_get_info(settings.config_no, &info, 1);
-    CAPD_LOG_AS(function, LOG_INFO, "audio_bitrate: %d\n", info.audio_sample_rate);
-    CAPD_LOG_AS(function, LOG_INFO, "audio_ch_no: %d\n", info.audio_channels);
-    CAPD_LOG_AS(function, LOG_INFO, "audio_is_IEC61937: %d\n", info.audio_iec61937);
-    CAPD_LOG_AS(function, LOG_INFO, "sample_word_len: %d\n", info.audio_word_length);
-    hdmirx_debug(0);
-    if (r != 0) {
-        CAPD_LOG_AS(function, LOG_WARNING, "hdmirx_get_info failed: %d\n", r);
-        show_error(RecorderError::NoInput);
-        return r;
-    }
-    r = av_rec_configure(settings.config_no, &info);
-    if (r != 0) report_refusal(function, r, info);
+    int r = describe_input(info);
+    if (r != 0) return r;
+    tell_refusal(av_rec_refusal(info), info);
+    r = av_rec_configure(selected_config(), &info);
+    if (r != 0) CAPD_LOG_STEP(LOG_WARNING, "av_rec_configure failed: %d\n", r);
     return r;
 }
 
-/** Start the encoder on output_filename. */
-static int start_encoder(const char* function)
+bool card_has_room()
 {
-    const char* file = status.output_filename.data();
-    CAPD_LOG_AS(function, LOG_INFO, "Calling av_rec_start with config_no=%d, output_filename=%s\n", settings.config_no,
-                file);
-    const int r = av_rec_start(settings.config_no, file);
+    if (!_storage_is_full()) return true;
+    CAPD_LOG_STEP(LOG_WARNING, "Not enough disk space to record\n");
+    return false;
+}
+
+int name_file(int32_t next_part)
+{
+    const int r = storage_get_next_filename(next_part, file.data(), FILE_LIMIT);
+    if (r != 0) CAPD_LOG_STEP(LOG_WARNING, "storage_get_next_filename failed: %d\n", r);
+    return r;
+}
+
+int start_encoder()
+{
+    CAPD_LOG_STEP(LOG_INFO, "Calling av_rec_start with config_no=%d, output_filename=%s\n", selected_config(),
+                  file.data());
+    const int r = av_rec_start(selected_config(), file.data());
     if (r != 0)
-        CAPD_LOG_AS(function, LOG_WARNING, "av_rec_start failed: %d\n", r);
+        CAPD_LOG_STEP(LOG_WARNING, "av_rec_start failed: %d\n", r);
     else
-        CAPD_LOG_AS(function, LOG_INFO, "av_rec_start succeeded: %d\n", r);
+        CAPD_LOG_STEP(LOG_INFO, "av_rec_start succeeded: %d\n", r);
     return r;
 }
 
-int32_t _av_rec_start(int32_t next_part)
+int start_on_mounted_card(int32_t next_part)
 {
-    if (status.input_stable == 0) {
-        CAPD_LOG(LOG_NOTICE, "hdmirx_isn't stable");
-        show_error(RecorderError::NoInput);
-        return start_failed(1);
-    }
-    int r = configure_for_input(__func__);
-    if (r != 0) return start_failed(r);
-    r = _storage_mount();
-    if (r != 0) {
-        show_error(RecorderError::NoCard);
-        return start_failed(r);
-    }
-    r = storage_check_writable();
+    int r = storage_check_writable();
     if (r != 0) {
         show_error(RecorderError::CardNotWritable);
-        return start_failed_mounted(r);
+        return r;
     }
-    panel_set(settings.rec_led, LED_BLINK);
-    if (_storage_is_full()) {
-        CAPD_LOG(LOG_WARNING, "Not enough disk space to record\n");
-        return start_failed_mounted(1);
-    }
-    r = storage_get_next_filename(next_part, status.output_filename.data(), OUTPUT_FILENAME_LIMIT);
+    panel_set(recording_led(), LED_BLINK);
+    if (!card_has_room()) return 1;
+    r = name_file(next_part);
+    if (r == 1) show_error(RecorderError::CardNotWritable);
+    return r != 0 ? r : start_encoder();
+}
+
+/** Mount the card and start the encoder on it; unmounted again when that fails. */
+int start_on_card(int32_t next_part)
+{
+    int r = _storage_mount();
     if (r != 0) {
-        CAPD_LOG(LOG_WARNING, "storage_get_next_filename failed: %d\n", r);
-        if (r == 1) show_error(RecorderError::CardNotWritable);
-        return start_failed_mounted(r);
+        show_error(RecorderError::NoCard);
+        return r;
     }
-    r = start_encoder(__func__);
-    if (r != 0) return start_failed_mounted(r);
-    panel_set(settings.rec_led, LED_ON);
-    status.last_status_check = 0;
-    set_recorder_state(STATE_RECORDING);
-    return 0;
+    r = start_on_mounted_card(next_part);
+    if (r != 0) _storage_umount();
+    return r;
 }
 
-/** What the end of every recording has in common. */
-static void enter_idle()
+int try_to_start(int32_t next_part)
 {
-    status.last_status_check = 0;
-    set_recorder_state(STATE_IDLE);
-    panel_set(settings.rec_led, LED_OFF);
+    if (!input_is_stable()) {
+        CAPD_LOG_STEP(LOG_NOTICE, "hdmirx_isn't stable");
+        show_error(RecorderError::NoInput);
+        return 1;
+    }
+    const int r = configure_for_input();
+    return r != 0 ? r : start_on_card(next_part);
 }
 
-int32_t _av_rec_stop(int32_t /*argument*/)
+int stop_encoder()
 {
-    panel_set(settings.rec_led, LED_BLINK);
-    const int stopped = av_rec_stop();
-    if (stopped != 0) CAPD_LOG(LOG_WARNING, "av_rec_stop failed: %d\n", stopped);
-    if (recorder_state() == STATE_AUTO_STOPPED) {
-        const unsigned long min_kb = settings.min_file_size;
-        CAPD_LOG(LOG_INFO, "Remove file from storage if smaller than %lukb\n", min_kb);
-        storage_remove_small_file(min_kb);
-    }
-    _sddisk_available_kb_update();
+    const int r = av_rec_stop();
+    if (r != 0) CAPD_LOG_STEP(LOG_WARNING, "av_rec_stop failed: %d\n", r);
+    return r;
+}
+
+void remove_if_small()
+{
+    const unsigned long min_kb = settings.min_file_size;
+    CAPD_LOG_STEP(LOG_INFO, "Remove file from storage if smaller than %lukb\n", min_kb);
+    storage_remove_small_file(min_kb);
+}
+
+/** Close the file and go to the state in which the recorder is without it. */
+int stop_recording(bool automatic, RecorderState next)
+{
+    const LogOperation operation("_av_rec_stop");
+    panel_set(recording_led(), LED_BLINK);
+    const int stopped = stop_encoder();
+    if (automatic) remove_if_small();
+    _sddisk_available_kb_update(file.data());
     const int unmounted = _storage_umount();
-    enter_idle();
+    enter_state(next);
     return stopped | unmounted;
 }
 
 /** Go on in the next part, on a card that is still mounted. */
-static int start_next_part(const char* function)
+int start_next_part()
 {
-    if (_storage_is_full()) {
-        CAPD_LOG_AS(function, LOG_WARNING, "Not enough disk space to record\n");
-        return 1;
-    }
-    int r = storage_get_next_filename(1, status.output_filename.data(), OUTPUT_FILENAME_LIMIT);
-    if (r != 0) {
-        CAPD_LOG_AS(function, LOG_WARNING, "storage_get_next_filename failed: %d\n", r);
-        return r;
-    }
+    if (!card_has_room()) return 1;
+    int r = name_file(1);
+    if (r != 0) return r;
     hdmirx_info info{};
-    r = hdmirx_get_info(settings.config_no, &info, 1);
+    r = hdmirx_get_info(selected_config(), &info, 1);
     if (r != 0) {
-        CAPD_LOG_AS(function, LOG_WARNING, "hdmirx_get_info failed: %d\n", r);
+        CAPD_LOG_STEP(LOG_WARNING, "hdmirx_get_info failed: %d\n", r);
         return r;
     }
     hdmirx_debug(0);
-    return start_encoder(function);
+    return start_encoder();
+}
+
+} // namespace
+
+int32_t _av_rec_start(int32_t next_part)
+{
+    const LogOperation operation(__func__);
+    const int r = try_to_start(next_part);
+    if (r != 0)
+        panel_set(recording_led(), LED_OFF);
+    else
+        enter_state(STATE_RECORDING);
+    return r;
+}
+
+int32_t _av_rec_stop(int32_t /*argument*/)
+{
+    return stop_recording(recorder_state() == STATE_AUTO_STOPPED, STATE_IDLE);
 }
 
 int _av_rec_stop_start()
 {
+    const LogOperation operation(__func__);
     panel_set(PANEL_ERROR, LED_BLINK);
-    int r = av_rec_stop();
-    if (r != 0) CAPD_LOG(LOG_WARNING, "av_rec_stop failed: %d\n", r);
+    stop_encoder();
     for (int i = 0; i < 3; ++i) sync(); // the closed part must survive whatever happens to the next one
-    _sddisk_available_kb_update();
-    r = start_next_part(__func__);
+    _sddisk_available_kb_update(file.data());
+    const int r = start_next_part();
     if (r != 0) {
         // No encoder runs any more: staying in STATE_RECORDING would show a recording that is none.
         _storage_umount();
-        enter_idle();
+        enter_state(STATE_IDLE);
     }
     panel_set(PANEL_ERROR, LED_OFF);
     return r;
@@ -198,11 +218,20 @@ int _auto_stop()
 {
     if (recorder_state() != STATE_RECORDING) return 0;
     panel_set(PANEL_ERROR, LED_BLINK);
-    set_recorder_state(STATE_AUTO_STOPPED); // before the stop, which removes a file that is too small in this state
-    _av_rec_stop();
-    set_recorder_state(STATE_AUTO_STOPPED);
-    timer_start(&status.auto_stop_timer);
+    stop_recording(true, STATE_AUTO_STOPPED);
     return 0;
+}
+
+int32_t _auto_stop_cancel(int32_t /*argument*/)
+{
+    panel_set(PANEL_ERROR, LED_OFF);
+    enter_state(STATE_IDLE);
+    return 0;
+}
+
+const char* output_filename()
+{
+    return file.data();
 }
 
 } // namespace capd

@@ -36,4 +36,10 @@ int _av_rec_stop_start();
  */
 int _auto_stop();
 
+/** Give up waiting for the input to come back. @return 0 */
+int32_t _auto_stop_cancel(int32_t = 0);
+
+/** Path of the file being recorded, or of the last one; empty before the first. */
+const char* output_filename();
+
 } // namespace capd

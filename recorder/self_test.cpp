@@ -1,8 +1,10 @@
 #include "recorder/self_test.h"
 
 #include "recorder/keys.h"
+#include "recorder/options.h"
 #include "recorder/recording.h"
-#include "recorder/status.h"
+#include "recorder/selection.h"
+#include "recorder/timer.h"
 
 #include <array>
 #include <cstdio>
@@ -67,16 +69,19 @@ bool self_test_exists(int sequence)
     return sequence >= 0 && sequence < static_cast<int>(SEQUENCES.size());
 }
 
+static size_t test_step;       // the next one
+static uint64_t test_delay_us; // before it
+static Timer test_timer{1, 0}; // long due, so that the first step runs at once
+
 void self_test_run()
 {
-    if (timer_expired(&status.test_timer, status.test_delay_us) != 1) return;
+    if (timer_expired(&test_timer, test_delay_us) != 1) return;
     const std::span<const TestStep> steps = SEQUENCES[static_cast<size_t>(settings.test_sequence)];
-    const TestStep& step = steps[static_cast<size_t>(status.test_step)];
-    printf(">> Run test function %d, delay after %dmsec\n", status.test_step, step.delay_ms);
+    const TestStep& step = steps[test_step];
+    printf(">> Run test function %d, delay after %dmsec\n", static_cast<int>(test_step), step.delay_ms);
     step.action(step.argument);
-    status.test_delay_us = static_cast<uint64_t>(step.delay_ms) * 1000;
-    status.test_step++;
-    if (status.test_step == static_cast<int32_t>(steps.size())) status.test_step = 0;
+    test_delay_us = static_cast<uint64_t>(step.delay_ms) * 1000;
+    test_step = (test_step + 1) % steps.size();
 }
 
 } // namespace capd

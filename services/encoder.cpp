@@ -10,8 +10,6 @@
 #include <cstring>
 #include <fcntl.h>
 #include <pthread.h>
-#include <sys/ipc.h>
-#include <sys/msg.h>
 #include <sys/types.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -26,26 +24,13 @@ constexpr char SCRIPT_NAME[] = "./enc.sh"; // what the script sees as its own na
 constexpr char STOP_COMMAND = 'q';
 constexpr int EXEC_FAILED = 127; // what a shell ends with when there is no such command
 
-constexpr char MODULE[] = "runner.c"; // the runner's name in its messages
-constexpr key_t QUEUE_KEY = 0x2027;
-constexpr int QUEUE_FLAGS = IPC_CREAT | 0666;
-constexpr size_t MESSAGE_SIZE = 64;
-
-struct Message {
-    long type;
-    char body[MESSAGE_SIZE];
-};
-
 struct Runner {
     pid_t pid;
-    int dead;      // the child's end was seen
-    int read_end;  // the child's end of the stop pipe, closed here once the child has it
-    int write_end; // not 0 exactly while an encoder is considered running
+    bool dead;     // the child's end was seen
+    int write_end; // of the stop pipe; not 0 exactly while an encoder is considered running
     int64_t start_seconds;
-    int32_t start_microseconds;
 };
 Runner runner;
-int queue = -1;
 
 /** What the child needs, prepared before the fork: the child itself does nothing but system calls. */
 struct ChildArguments {
@@ -161,15 +146,14 @@ int av_rec_start(int config_no, const char* output_filename)
         close(write_end);
         return -1;
     }
-    const platform::WallTime now = platform::wall_time();
-    close(read_end);
-    runner = {pid, 0, read_end, write_end, now.seconds, now.microseconds};
+    close(read_end); // the child has it
+    runner = {pid, false, write_end, platform::wall_time().seconds};
     return 0;
 }
 
 int av_rec_stop()
 {
-    if (runner.dead != 0) {
+    if (runner.dead) {
         printf("Video recording process is dead!\n");
         forget_write_end();
         return 2;
@@ -188,7 +172,7 @@ int av_rec_isok()
     const pid_t ended = waitpid(runner.pid, &status, WNOHANG);
     if (ended <= 0) return 0;
     printf("Child %ld terminated\n", static_cast<long>(ended));
-    runner.dead = 1;
+    runner.dead = true;
     return 1;
 }
 
@@ -196,28 +180,6 @@ unsigned long av_rec_elapsed_ms()
 {
     if (runner.start_seconds == 0) return 0;
     return static_cast<unsigned long>((platform::wall_time().seconds - runner.start_seconds) * 1000);
-}
-
-int runner_init()
-{
-    queue = msgget(QUEUE_KEY, QUEUE_FLAGS);
-    if (queue >= 0) return 0;
-    const int error = errno;
-    printf("%s: Error in creating message queue (keyid=%d)\n", MODULE, QUEUE_KEY);
-    return -error;
-}
-
-int runner_receive_message(int* type)
-{
-    Message message;
-    if (msgrcv(queue, &message, MESSAGE_SIZE, 0, IPC_NOWAIT) < 0) {
-        const int result = -errno;
-        if (result != -ENOMSG) printf("%s: msgrcv errno(%d)\n", MODULE, result);
-        return result;
-    }
-    *type = static_cast<int>(message.type);
-    printf("%s: msgrcv type(%d)\n", MODULE, *type);
-    return 0;
 }
 
 } // namespace capd

@@ -27,10 +27,4 @@ int av_rec_isok();
 /** Time since the last start in whole seconds times 1000; 0 when there was none. */
 unsigned long av_rec_elapsed_ms();
 
-/** Create or open the System V message queue. @return 0, or minus errno */
-int runner_init();
-
-/** Take the first waiting message. @param type set on success only. @return 0, or minus errno (-ENOMSG: none waits) */
-int runner_receive_message(int* type);
-
 } // namespace capd

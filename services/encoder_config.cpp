@@ -37,14 +37,6 @@ bool format_fits(const hdmirx_info& info)
     });
 }
 
-int check_input(const hdmirx_info& info)
-{
-    if (info.audio_sample_rate > MAX_SAMPLE_RATE) return -2;
-    if (static_cast<uint32_t>(info.audio_channels) > MAX_CHANNELS) return -3; // an unreadable count, -1, too
-    if (info.audio_iec61937 == 1 && info.audio_word_length == 0) return -4;
-    return format_fits(info) ? 0 : -5;
-}
-
 int run_edit(const char* command)
 {
     printf("%s\n", command);
@@ -55,6 +47,14 @@ int run_edit(const char* command)
 
 } // namespace
 
+EncoderRefusal av_rec_refusal(const hdmirx_info& info)
+{
+    if (info.audio_sample_rate > MAX_SAMPLE_RATE) return EncoderRefusal::SampleRate;
+    if (static_cast<uint32_t>(info.audio_channels) > MAX_CHANNELS) return EncoderRefusal::Channels; // -1 as well
+    if (info.audio_iec61937 == 1 && info.audio_word_length == 0) return EncoderRefusal::WordLength;
+    return format_fits(info) ? EncoderRefusal::None : EncoderRefusal::Picture;
+}
+
 const char* av_rec_config_file(int config_no)
 {
     return config_no == 0 ? "low.cfg" : "high.cfg";
@@ -62,8 +62,8 @@ const char* av_rec_config_file(int config_no)
 
 int av_rec_configure(int config_no, const hdmirx_info* info)
 {
-    const int refusal = check_input(*info);
-    if (refusal != 0) return refusal;
+    const EncoderRefusal refusal = av_rec_refusal(*info);
+    if (refusal != EncoderRefusal::None) return static_cast<int>(refusal);
     const char* scan = SCAN_WORDS[info->interlaced];
     char command[1024];
     // Each line keeps a key with the blanks after it and replaces the rest of its line.

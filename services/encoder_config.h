@@ -13,10 +13,22 @@ namespace capd {
 /** File name of a configuration: low.cfg for 0, high.cfg for anything else. */
 const char* av_rec_config_file(int config_no);
 
+/** Why the encoder cannot take an input. The values are those that av_rec_configure() returns. */
+enum class EncoderRefusal : int {
+    None = 0,
+    SampleRate = -2, ///< above 192000 Hz
+    Channels = -3,   ///< more than two, or a count that could not be read
+    WordLength = -4, ///< compressed audio without a word length
+    Picture = -5,    ///< neither 1080 lines nor 720 progressive ones
+};
+
+/** Look whether the encoder can take an input. */
+EncoderRefusal av_rec_refusal(const hdmirx_info& info);
+
 /**
  * Check that the encoder can take the input and write its format into the configuration's file.
- * @return 0 edited; -2 sample rate above 192000; -3 more than two channels; -4 compressed audio without a word length;
- *         -5 picture format not supported; otherwise the wait status of the edit, -1 when no shell could be started
+ * @return 0 edited; an EncoderRefusal, nothing edited; otherwise the wait status of the edit, -1 when no shell could
+ *         be started
  */
 int av_rec_configure(int config_no, const hdmirx_info* info);
 

@@ -60,6 +60,41 @@ void write_name(char* name, int size, int number, int segment)
     snprintf(name, static_cast<size_t>(size) - 1, "/mnt/sddisk/%.5d.%.5d.mp4", number, segment);
 }
 
+/** Read up to n bytes of a file as text; buf has room for n + 1. @return 0 when something was read, else 1 */
+int file_read_line(const char* path, char* buf, int n)
+{
+    char mapped[platform::PATH_SIZE];
+    const int fd = open(platform::map_path(path, mapped), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) return 1;
+    const ssize_t length = std::max<ssize_t>(read(fd, buf, static_cast<size_t>(n)), 0);
+    buf[length] = '\0';
+    printf("Line read from file %s line=%s\n", path, buf);
+    close(fd);
+    return length > 0 ? 0 : 1;
+}
+
+/** Replace a file's contents by len bytes of text. @return 0 when something was written, else 1 */
+int file_write_line(const char* path, const char* text, int len)
+{
+    char mapped[platform::PATH_SIZE];
+    const int fd = open(platform::map_path(path, mapped), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    if (fd < 0) {
+        printf("Open failed %s, %s\n", path, strerror(errno));
+        return 1;
+    }
+    const bool written = write(fd, text, static_cast<size_t>(len)) > 0;
+    if (written) printf("Wrote %s to %s\n", text, path);
+    close(fd);
+    return written ? 0 : 1;
+}
+
+/** @return 0 when the file can be read and written, else -1 */
+int file_access_rw(const char* path)
+{
+    char mapped[platform::PATH_SIZE];
+    return access(platform::map_path(path, mapped), R_OK | W_OK);
+}
+
 int write_number_file(int number)
 {
     char text[NUMBER_TEXT_SIZE];
@@ -201,38 +236,6 @@ int storage_remove_small_file(unsigned long min_kb)
     }
     write_number_file(current);
     return check_still_writable() != 0 ? 1 : result;
-}
-
-int file_read_line(const char* path, char* buf, int n)
-{
-    char mapped[platform::PATH_SIZE];
-    const int fd = open(platform::map_path(path, mapped), O_RDONLY | O_CLOEXEC);
-    if (fd < 0) return 1;
-    const ssize_t length = std::max<ssize_t>(read(fd, buf, static_cast<size_t>(n)), 0);
-    buf[length] = '\0';
-    printf("Line read from file %s line=%s\n", path, buf);
-    close(fd);
-    return length > 0 ? 0 : 1;
-}
-
-int file_write_line(const char* path, const char* text, int len)
-{
-    char mapped[platform::PATH_SIZE];
-    const int fd = open(platform::map_path(path, mapped), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-    if (fd < 0) {
-        printf("Open failed %s, %s\n", path, strerror(errno));
-        return 1;
-    }
-    const bool written = write(fd, text, static_cast<size_t>(len)) > 0;
-    if (written) printf("Wrote %s to %s\n", text, path);
-    close(fd);
-    return written ? 0 : 1;
-}
-
-int file_access_rw(const char* path)
-{
-    char mapped[platform::PATH_SIZE];
-    return access(platform::map_path(path, mapped), R_OK | W_OK);
 }
 
 } // namespace capd

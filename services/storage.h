@@ -48,13 +48,4 @@ int storage_get_next_filename(int continuation, char* name, int size);
 /** Remove the latest recording file if it is smaller than min_kb KiB. @return 0, or non-zero when that failed */
 int storage_remove_small_file(unsigned long min_kb);
 
-/** Read up to n bytes of a file as text; buf has room for n + 1. @return 0 when something was read, else 1 */
-int file_read_line(const char* path, char* buf, int n);
-
-/** Replace a file's contents by len bytes of text. @return 0 when something was written, else 1 */
-int file_write_line(const char* path, const char* text, int len);
-
-/** @return 0 when the file can be read and written, else -1 */
-int file_access_rw(const char* path);
-
 } // namespace capd

@@ -1,7 +1,8 @@
 #include "recorder/edid_passthrough.h"
 
 #include "hdmitx/hdmitx.h"
-#include "recorder/status.h"
+#include "recorder/options.h"
+#include "recorder/state.h"
 #include "tests/support/bench.h"
 
 #include <algorithm>
@@ -98,10 +99,10 @@ INSTANTIATE_TEST_SUITE_P(Cases, EdidPassThrough,
                                                   box.i2c().fail(BOARD, ROM_READ_BOARD_TRANSFERS - 1, ATTEMPTS, ENXIO);
                                               },
                                               false, 0, 32, "Error when reading edidrom, not writing \n"},
-                                         Case{"recording", 7, [](emu::Box&) { set_recorder_state(STATE_RECORDING); },
-                                              true, 0, 0, "Busy recording, not setting edid data\n"},
-                                         Case{"standby", 7, [](emu::Box&) { set_recorder_state(STATE_POWER_OFF); },
-                                              true, 256, 64, "Found a difference"},
+                                         Case{"recording", 7, [](emu::Box&) { enter_state(STATE_RECORDING); }, true, 0,
+                                              0, "Busy recording, not setting edid data\n"},
+                                         Case{"standby", 7, [](emu::Box&) { enter_state(STATE_POWER_OFF); }, true, 256,
+                                              64, "Found a difference"},
                                          Case{"switched off", 7, [](emu::Box&) { settings.edid_write_disabled = 1; },
                                               true, 0, 0, "Edid write disabled\n"}));
 

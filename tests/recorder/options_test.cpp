@@ -1,6 +1,5 @@
 #include "recorder/options.h"
 
-#include "recorder/status.h"
 #include "tests/support/bench.h"
 
 #include <vector>

@@ -2,8 +2,11 @@
 
 #include "hdmirx/hdmirx.h"
 #include "hdmitx/hdmitx.h"
+#include "recorder/card.h"
+#include "recorder/input_watch.h"
 #include "recorder/main_loop.h"
-#include "recorder/status.h"
+#include "recorder/panel.h"
+#include "recorder/state.h"
 #include "services/encoder.h"
 #include "services/storage.h"
 #include "tests/support/bench.h"
@@ -32,7 +35,7 @@ protected:
             bench::run_for(20ms);
         }
         ASSERT_EQ(hdmirx_is_stable(0), 0);
-        status.input_stable = 1;
+        check_input();
         ASSERT_EQ(_av_rec_start(0), 0);
         bench::run_for(7s);
     }
@@ -50,40 +53,42 @@ TEST_F(RollOver, ThatFailsEndsTheRecording)
 {
     static constexpr struct {
         const char* what;
-        uint32_t available_kb;
+        const char* card; // seven seconds of a recording take some 3,500 kB of it
         bool receiver_works;
         int result;
-    } rows[] = {{"card full", 140'000, true, 1}, {"input cannot be described", 0, false, -1}};
+    } rows[] = {{"card full", "card size 165000", true, 1},
+                {"input cannot be described", "card size 31166976", false, -1}};
+    ASSERT_EQ(_av_rec_stop(), 0);
     for (const auto& row : rows) {
         SCOPED_TRACE(row.what);
-        if (recorder_state() == STATE_IDLE) {
-            ASSERT_EQ(_av_rec_start(0), 0);
-        }
-        status.last_status_check = 77;
-        bench::box().card().put("00001.00001.mp4", 20'000);
-        status.sddisk_available_kb = row.available_kb;
+        bench::tell(row.card);
+        bench::tell("card erase 00001.00001.mp4");
+        bench::tell("card write .media_fileno 1");
+        ASSERT_EQ(_storage_measure(), 0);
+        ASSERT_EQ(_av_rec_start(0), 0);
+        EXPECT_TRUE(status_check_due(77));
+        bench::run_for(7s);
         if (!row.receiver_works) bench::box().i2c().fail_all(RECEIVER, EIO);
         EXPECT_EQ(_av_rec_stop_start(), row.result);
         bench::box().i2c().mend(RECEIVER);
         EXPECT_EQ(recorder_state(), STATE_IDLE);
-        EXPECT_EQ(status.last_status_check, 0);
+        EXPECT_TRUE(status_check_due(78)) << "the next recording's first check is due at once";
         EXPECT_EQ(panel(), 0);
         EXPECT_NE(storage_is_mounted(), 0);
         EXPECT_EQ(av_rec_stop(), 1) << "no encoder runs";
-        status.sddisk_available_kb = 0;
     }
 }
 
 // Catches: a roll-over that changes what the loop decides by, or lights an LED that stays.
 TEST_F(RollOver, KeepsTheStateOfTheRecording)
 {
-    status.last_status_check = 77;
+    EXPECT_TRUE(status_check_due(77));
     EXPECT_EQ(panel(), 1 << PANEL_RECORD_0);
     EXPECT_EQ(_av_rec_stop_start(), 0);
     EXPECT_EQ(recorder_state(), STATE_RECORDING);
-    EXPECT_EQ(status.last_status_check, 77);
+    EXPECT_FALSE(status_check_due(78));
     EXPECT_EQ(panel(), 1 << PANEL_RECORD_0);
-    EXPECT_STREQ(status.output_filename.data(), "/mnt/sddisk/00001.00002.mp4");
+    EXPECT_STREQ(output_filename(), "/mnt/sddisk/00001.00002.mp4");
     EXPECT_EQ(_av_rec_stop(), 0);
 }
 
@@ -104,7 +109,7 @@ protected:
         if (result != 's') bench::box().i2c().fail(RECEIVER, result == 'u' ? 0 : 1, UINT64_MAX, EIO);
         main_loop_pass(&timers_);
         bench::box().i2c().mend(RECEIVER);
-        EXPECT_EQ(status.input_stable, result == 's' ? 1 : 0);
+        EXPECT_EQ(input_is_stable(), result == 's');
     }
 
     LoopTimers timers_;
@@ -120,8 +125,7 @@ TEST_P(Stability, EndsARecordingAfterTwoEqualBadChecks)
     const auto& [checks, goes_on] = GetParam();
     for (const char* c = checks; *c != '\0'; ++c) check(*c);
     main_loop_pass(&timers_);
-    EXPECT_STREQ(status.output_filename.data(),
-                 goes_on ? "/mnt/sddisk/00001.00001.mp4" : "/mnt/sddisk/00001.00002.mp4");
+    EXPECT_STREQ(output_filename(), goes_on ? "/mnt/sddisk/00001.00001.mp4" : "/mnt/sddisk/00001.00002.mp4");
     EXPECT_EQ(recorder_state(), STATE_RECORDING);
 }
 

@@ -1,4 +1,5 @@
 #include "services/encoder.h"
+#include "services/message_queue.h"
 
 #include "platform/platform.h"
 #include "tests/support/bench.h"

@@ -1,0 +1,24 @@
+/**
+ * @file
+ * Watch over the input's stability: blanks the output and stops a recording when the input is gone at two checks in a
+ * row, unblanks the output once it has been back for a while. Main thread only; a check blocks for four to eight I2C
+ * reads, and for as long as a recording takes to be stopped.
+ */
+#pragma once
+
+namespace capd {
+
+/** Whether the input was stable at the last check. */
+bool input_is_stable();
+
+/** Make one check. The loop calls it every 80 ms. */
+void check_input();
+
+/**
+ * Have the output unblanked again if the input stays stable: the first try may have been lost on the bus, and a display
+ * plugged in since had the transmitter powered up anew. With the picture on it costs one register read. The loop calls
+ * it every 500 ms.
+ */
+void restart_unblank_delay();
+
+} // namespace capd

@@ -1,8 +1,0 @@
-#include "recorder/status.h"
-
-namespace capd {
-
-constinit DaemonSettings settings;
-constinit RecorderStatus status;
-
-} // namespace capd
