@@ -127,12 +127,7 @@ uint8_t word_length_bits(uint8_t wordLength)
 
 uint8_t channel_enables(uint8_t pairs)
 {
-    switch (pairs) {
-    case 2: return 0x03;
-    case 3: return 0x07;
-    case 4: return 0x0F;
-    default: return 0x01;
-    }
+    return pairs >= 2 && pairs <= 4 ? static_cast<uint8_t>((1u << pairs) - 1) : txreg::AUDIO_FIRST_PAIR;
 }
 
 } // namespace
@@ -162,7 +157,7 @@ void HDMITX_EnableAudioOutput(uint8_t type, uint8_t spdif, uint32_t rate, uint8_
         hdmitx_SetNCTS(hdmitx_instance.bAudioFs);
         cs = channelStatus != nullptr ? *channelStatus : default_channel_status(channels, hdmitx_instance.bAudioFs);
     }
-    hdmitx_SetRegBits(txreg::RESET, txreg::RESET_AUDIO, 0x10);
+    hdmitx_SetRegBits(txreg::RESET, txreg::RESET_AUDIO, txreg::RESET_AUDIO_OUTPUT);
     switch (type) {
     case T_AUDIO_LPCM: set_up_lpcm(cs, channels, spdif); break;
     case T_AUDIO_NLPCM: set_up_nlpcm(cs); break;
@@ -213,7 +208,7 @@ void hdmitx_SetLPCMAudio(uint8_t pairs, uint8_t wordLength, uint8_t spdif)
     const uint8_t base = hdmitx_instance.audio_mode;
     const uint8_t mode =
         static_cast<uint8_t>(multichannel ? base | txreg::AUDIO_MULTICHANNEL : base & ~txreg::AUDIO_MULTICHANNEL);
-    const uint8_t source = spdif != 0 ? txreg::AUDIO_SPDIF | 0x01 : channel_enables(pairs);
+    const uint8_t source = spdif != 0 ? txreg::AUDIO_SPDIF | txreg::AUDIO_FIRST_PAIR : channel_enables(pairs);
     const uint8_t control = word_length_bits(wordLength) | source;
     hdmitx_instance.bAudioChannelEnable = control;
     hdmitx_SwitchBank(0);
@@ -239,9 +234,9 @@ void hdmitx_SetNLPCMAudio()
     hdmitx_WriteReg(txreg::AUDIO_TYPE_0, 0);
     hdmitx_WriteReg(txreg::AUDIO_TYPE_1, 0);
     wait_for_spdif_input();
-    hdmitx_WriteReg(txreg::AUDIO_CTRL, CONTROL | 0x01);
+    hdmitx_WriteReg(txreg::AUDIO_CTRL, CONTROL | txreg::AUDIO_FIRST_PAIR);
     // Kept for the caller's last step, which would switch every channel off again.
-    hdmitx_instance.bAudioChannelEnable = CONTROL | 0x01;
+    hdmitx_instance.bAudioChannelEnable = CONTROL | txreg::AUDIO_FIRST_PAIR;
 }
 
 void hdmitx_SetHBRAudio(uint8_t spdif)
@@ -255,7 +250,7 @@ void hdmitx_SetHBRAudio(uint8_t spdif)
     hdmitx_WriteReg(txreg::AUDIO_TYPE_0, txreg::AUDIO_TYPE_0_HBR);
     hdmitx_WriteReg(txreg::AUDIO_TYPE_1, txreg::AUDIO_TYPE_1_HBR);
     if (spdif != 0) wait_for_spdif_input();
-    hdmitx_WriteReg(txreg::AUDIO_CTRL, control | (spdif != 0 ? 0x01 : txreg::AUDIO_CHANNELS));
+    hdmitx_WriteReg(txreg::AUDIO_CTRL, control | (spdif != 0 ? txreg::AUDIO_FIRST_PAIR : txreg::AUDIO_CHANNELS));
     hdmitx_SetRegBits(txreg::SPDIF_CTRL, txreg::SPDIF_INPUT, 0);
     hdmitx_instance.bAudioChannelEnable = hdmitx_ReadReg(txreg::AUDIO_CTRL);
 }

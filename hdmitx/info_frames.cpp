@@ -17,6 +17,18 @@ constexpr uint8_t AUDIO_CHECKSUM_BASE = 0x71;
 constexpr uint8_t VENDOR_CHECKSUM_BASE = 0x6A;      // length 5
 constexpr uint8_t VENDOR_LONG_CHECKSUM_BASE = 0x69; // length 6
 
+// CTA-861: type codes as sent (0x80 and the type), and the fields of the AVI frame's first two bytes.
+constexpr uint8_t FRAME_AVI = 0x82;
+constexpr uint8_t FRAME_AUDIO = 0x84;
+constexpr uint8_t AVI_ACTIVE_FORMAT = 0x10; // byte 1: byte 2 has an active format
+constexpr uint8_t AVI_YUV422 = 0x20;
+constexpr uint8_t AVI_YUV444 = 0x40;
+constexpr uint8_t AVI_ITU601 = 0x40; // byte 2
+constexpr uint8_t AVI_ITU709 = 0x80;
+constexpr uint8_t AVI_4_BY_3 = 0x10;
+constexpr uint8_t AVI_16_BY_9 = 0x20;
+constexpr uint8_t AVI_FORMAT_AS_PICTURE = 0x08; // the picture fills its frame
+
 HdmitxInfoFrame info_frame; // scratch for the AVI and audio info frames
 
 uint8_t write_and_read_back(uint8_t reg, uint8_t value)
@@ -30,10 +42,12 @@ uint8_t write_and_read_back(uint8_t reg, uint8_t value)
 void ConfigAVIInfoFrame(uint8_t vic, uint8_t pixelRep)
 {
     const uint8_t mode = hdmitx_video.bOutputColorMode;
-    info_frame = {.type = 0x82, .version = 2, .length = 13, .checksum = 0, .data = {}};
-    info_frame.data[0] = mode == COLOUR_YUV422 ? 0x30 : mode == COLOUR_YUV444 ? 0x50 : 0x10;
-    info_frame.data[1] =
-        (hdmitx_video.bColorimetry709 == 1 ? 0x80 : 0x40) | (hdmitx_video.bAspect16x9 == 1 ? 0x28 : 0x18);
+    const uint8_t colour = mode == COLOUR_YUV422 ? AVI_YUV422 : mode == COLOUR_YUV444 ? AVI_YUV444 : 0;
+    const uint8_t colorimetry = hdmitx_video.bColorimetry709 == 1 ? AVI_ITU709 : AVI_ITU601;
+    const uint8_t aspect = hdmitx_video.bAspect16x9 == 1 ? AVI_16_BY_9 : AVI_4_BY_3;
+    info_frame = {.type = FRAME_AVI, .version = 2, .length = 13, .checksum = 0, .data = {}};
+    info_frame.data[0] = AVI_ACTIVE_FORMAT | colour;
+    info_frame.data[1] = colorimetry | aspect | AVI_FORMAT_AS_PICTURE;
     info_frame.data[3] = vic;
     info_frame.data[4] = pixelRep & 3;
     hdmitx_SetAVIInfoFrame(1, &info_frame);
@@ -42,7 +56,7 @@ void ConfigAVIInfoFrame(uint8_t vic, uint8_t pixelRep)
 void ConfigAudioInfoFrm()
 {
     printf("ConfigAudioInfoFrm(%d)\n", 2);
-    info_frame = {.type = 0x84, .version = 1, .length = 10, .checksum = 0, .data = {1}}; // two channels
+    info_frame = {.type = FRAME_AUDIO, .version = 1, .length = 10, .checksum = 0, .data = {1}}; // two channels
     hdmitx_SetAudioInfoFrame(&info_frame);
 }
 

@@ -13,10 +13,12 @@ namespace capd::txreg {
 
 // clang-format off
 constexpr uint8_t RESET               = 0x04; // a set bit holds its path in reset
-constexpr uint8_t   RESET_AUDIO       = 0x14;
+constexpr uint8_t   RESET_AUDIO       = 0x14; // both halves of the audio path
+constexpr uint8_t   RESET_AUDIO_INPUT = 0x04;
+constexpr uint8_t   RESET_AUDIO_OUTPUT = 0x10; // held on its own while the input is being set up
 constexpr uint8_t   RESET_VIDEO       = 0x08;
 constexpr uint8_t   RESET_AFE         = 0x20; // held from start-up until the front end was set up
-constexpr uint8_t   RESET_ALL         = 0x1D; // video and audio held
+constexpr uint8_t   RESET_PATHS       = 0x1D; // video and audio held
 constexpr uint8_t   RESET_VIDEO_RUNS  = 0x15; // video released, audio held
 constexpr uint8_t CTRL_05             = 0x05;
 constexpr uint8_t INT_STATUS          = 0x06; // latched by events, cleared through INT_CLEAR
@@ -119,6 +121,7 @@ constexpr uint8_t   PACKET_OFF        = 0x00;
 
 constexpr uint8_t AUDIO_CTRL          = 0xE0; // channel enables, word length, source
 constexpr uint8_t   AUDIO_CHANNELS    = 0x0F; // one bit per channel pair
+constexpr uint8_t   AUDIO_FIRST_PAIR  = 0x01;
 constexpr uint8_t   AUDIO_SPDIF       = 0x10;
 constexpr uint8_t   AUDIO_WORD_16     = 0x00;
 constexpr uint8_t   AUDIO_WORD_18     = 0x40;

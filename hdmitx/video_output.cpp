@@ -123,7 +123,7 @@ void HDMITX_DisableVideoOutput()
 
 int HDMITX_EnableVideoOutput(int level, uint8_t inputColorMode, uint8_t outputColorMode, uint32_t hdmi)
 {
-    hdmitx_WriteReg(txreg::RESET, txreg::RESET_ALL);
+    hdmitx_WriteReg(txreg::RESET, txreg::RESET_PATHS);
     const bool is_hdmi = (hdmi & 1) != 0;
     uint8_t& flags = hdmitx_instance.flags;
     flags = static_cast<uint8_t>(is_hdmi ? flags | INSTANCE_HDMI : flags & ~INSTANCE_HDMI);
