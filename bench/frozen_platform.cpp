@@ -2,6 +2,7 @@
 // nothing ever becomes due, and there is no hardware.
 #include "platform/platform.h"
 
+#include <cerrno>
 #include <ctime>
 #include <sys/time.h>
 #include <unistd.h>
@@ -60,6 +61,16 @@ int64_t wall_seconds()
 void sleep_us(uint32_t microseconds)
 {
     usleep(microseconds);
+}
+
+int start_thread(void* (* /*body*/)(void*))
+{
+    return ENOSYS;
+}
+
+int open_queue(int32_t /*key*/)
+{
+    return -1;
 }
 
 } // namespace capd::platform

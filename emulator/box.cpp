@@ -1,5 +1,7 @@
 #include "emulator/box.h"
 
+#include "emulator/paths.h"
+
 #include <cerrno>
 #include <charconv>
 
@@ -17,6 +19,11 @@ Box::Box(const BoxOptions& options)
     i2c_.attach(0x1C, board_);
     wire_board();
     add_commands();
+}
+
+Box::~Box()
+{
+    remove_queue(root_.path());
 }
 
 void Box::wire_board()

@@ -36,6 +36,10 @@ struct BoxOptions {
 class Box {
 public:
     explicit Box(const BoxOptions& options);
+    /** What the box's kernel kept ends with it; what lies in its root stays. */
+    ~Box();
+    Box(const Box&) = delete;
+    Box& operator=(const Box&) = delete;
 
     /** @name The kernel's side, as the daemon's seam asks for it. Negative results are errno values.
      * @{ */

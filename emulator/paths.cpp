@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cctype>
+#include <sys/msg.h>
 
 namespace emu {
 
@@ -58,6 +59,20 @@ std::string map_shell_line(std::string_view root, std::string_view line)
         at += path.size();
     }
     return mapped;
+}
+
+int32_t map_queue_key(std::string_view root, int32_t key)
+{
+    uint32_t hash = 0x811C9DC5; // FNV-1a
+    for (char c : root) hash = (hash ^ static_cast<uint8_t>(c)) * 0x01000193;
+    hash ^= static_cast<uint32_t>(key);
+    return static_cast<int32_t>(hash == IPC_PRIVATE ? 1 : hash);
+}
+
+void remove_queue(std::string_view root)
+{
+    const int queue = msgget(map_queue_key(root, FIRMWARE_QUEUE), 0);
+    if (queue >= 0) msgctl(queue, IPC_RMID, nullptr);
 }
 
 } // namespace emu

@@ -5,6 +5,7 @@
  */
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -25,5 +26,14 @@ std::string map_box_path(std::string_view root, std::string_view box_path);
  * (/bin/grep, awk, sed, cp) stay this machine's own.
  */
 std::string map_shell_line(std::string_view root, std::string_view line);
+
+/** Key of the System V message queue that the firmware makes. It lives in the kernel, not in the root. */
+constexpr int32_t FIRMWARE_QUEUE = 0x2027;
+
+/** Key on this machine of a message queue of the box: boxes beside each other, and other programs, have others. */
+int32_t map_queue_key(std::string_view root, int32_t key);
+
+/** Remove the firmware's queue, as switching the box off does; there may be none. */
+void remove_queue(std::string_view root);
 
 } // namespace emu

@@ -2,8 +2,8 @@
  * @file
  * The seam: all that the daemon takes from the box's kernel and root file system and that is not the same on a PC.
  * Which implementation stands behind it is chosen at link time: platform/linux passes every call straight to POSIX,
- * the emulator puts an emulated box there. Threads, pipes, fork and exec, message queues, syslog and plain file calls
- * (on paths that went through map_path()) are used directly.
+ * the emulator puts an emulated box there. Locks, pipes, fork and exec, syslog and plain file calls (on paths that went
+ * through map_path()) are used directly.
  *
  * Any thread may call any function. Only the shell calls, sleep_us() and a device's own requests block.
  */
@@ -75,5 +75,17 @@ int64_t wall_seconds();
 
 /** Sleep the calling thread for at least this many microseconds. */
 void sleep_us(uint32_t microseconds);
+
+/**
+ * Start a thread that runs for the rest of the process.
+ * @return 0, or the error's number as of pthread_create()
+ */
+int start_thread(void* (*body)(void*));
+
+/**
+ * Open the System V message queue of a key, readable and writable by everybody; it is created when there is none.
+ * @return its identifier, or -1 with errno set
+ */
+int open_queue(int32_t key);
 
 } // namespace capd::platform

@@ -22,7 +22,6 @@
 
 #include <cerrno>
 #include <cstring>
-#include <pthread.h>
 
 namespace capd {
 
@@ -44,8 +43,7 @@ static void* _led_update_thread(void* /*argument*/)
 
 static void start_led_thread()
 {
-    pthread_t thread{};
-    errno = pthread_create(&thread, nullptr, _led_update_thread, nullptr);
+    errno = platform::start_thread(_led_update_thread);
     if (errno != 0) CAPD_LOG_STEP(LOG_ERR, "Couldn't create thread to update led's, error=%s\n", strerror(errno));
 }
 

@@ -1,9 +1,11 @@
 #include "services/message_queue.h"
 
+#include "platform/platform.h"
+
 #include <cerrno>
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
-#include <sys/ipc.h>
 #include <sys/msg.h>
 
 namespace capd {
@@ -11,8 +13,7 @@ namespace capd {
 namespace {
 
 constexpr char MODULE[] = "runner.c"; // the queue's name in its messages
-constexpr key_t QUEUE_KEY = 0x2027;
-constexpr int QUEUE_FLAGS = IPC_CREAT | 0666;
+constexpr int32_t QUEUE_KEY = 0x2027;
 constexpr size_t MESSAGE_SIZE = 64;
 
 struct Message {
@@ -26,7 +27,7 @@ int queue = -1;
 
 int runner_init()
 {
-    queue = msgget(QUEUE_KEY, QUEUE_FLAGS);
+    queue = platform::open_queue(QUEUE_KEY);
     if (queue >= 0) return 0;
     const int error = errno;
     printf("%s: Error in creating message queue (keyid=%d)\n", MODULE, QUEUE_KEY);

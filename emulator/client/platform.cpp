@@ -18,6 +18,8 @@
 #include <cstring>
 #include <ctime>
 #include <mutex>
+#include <pthread.h>
+#include <sys/msg.h>
 #include <sys/time.h>
 #include <unistd.h>
 
@@ -205,6 +207,22 @@ int64_t wall_seconds()
 void sleep_us(uint32_t microseconds)
 {
     usleep(microseconds);
+}
+
+int start_thread(void* (*body)(void*))
+{
+    pthread_t thread{};
+    return pthread_create(&thread, nullptr, body, nullptr);
+}
+
+int open_queue(int32_t key)
+{
+    const std::string root = emu::box().root();
+    if (root.empty()) {
+        errno = ENODEV;
+        return -1;
+    }
+    return msgget(emu::map_queue_key(root, key), IPC_CREAT | 0666);
 }
 
 } // namespace capd::platform

@@ -4,8 +4,8 @@
  *
  * Time moves only when a thread sleeps. The threads that use the box (the bench that holds the test, the daemon's main
  * thread, its LED thread) take turns: one runs until it sleeps, then the one that is to wake up first goes on, so a
- * run is the same every time. A thread that the daemon creates joins at its first sleep, which time waits
- * for.
+ * run is the same every time. A thread that the daemon starts runs at once until its first sleep. All of them are
+ * contexts of the thread that made the box; no other thread may use it.
  */
 #pragma once
 

@@ -2,15 +2,15 @@
 
 #include "emulator/inprocess/inprocess.h"
 #include "emulator/inprocess/turns.h"
+#include "emulator/paths.h"
 
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
-#include <mutex>
 #include <string>
-#include <sys/wait.h>
+#include <sys/msg.h>
 #include <unistd.h>
 
 namespace emu {
@@ -34,7 +34,9 @@ public:
     ~ScratchFolder()
     {
         std::error_code ignored;
-        if (owner_ == getpid()) std::filesystem::remove_all(path_, ignored);
+        if (owner_ != getpid()) return;
+        std::filesystem::remove_all(path_, ignored);
+        remove_queue(path_);
     }
     ScratchFolder(const ScratchFolder&) = delete;
     ScratchFolder& operator=(const ScratchFolder&) = delete;
@@ -46,13 +48,12 @@ private:
     pid_t owner_ = getpid();
 };
 
-/** The box and all that is around it. Never destroyed: the daemon's threads may be inside when the process exits. */
+/** The box and all that is around it. Never destroyed: the daemon is inside when the process exits. */
 struct Bench {
     explicit Bench(const std::string& root) : box({.root = root}), turns(box.time()) { turns.begin(); }
 
     Box box;
     Turns turns;
-    std::mutex lock; ///< for a thread of the daemon that has not slept yet and so runs beside the one with the turn
     Micros loop_step = 100;
     int64_t power_on = POWER_ON;
 };
@@ -64,13 +65,6 @@ Bench& bench()
     return *the_bench;
 }
 
-/** The bench for one call of the seam. */
-struct Access {
-    Bench& here = bench();
-    const std::lock_guard<std::mutex> guard{here.lock};
-    Box& box = here.box;
-};
-
 int as_ioctl(int result)
 {
     if (result >= 0) return result;
@@ -80,9 +74,9 @@ int as_ioctl(int result)
 
 std::string mapped_line(const char* line)
 {
-    const Access access;
-    access.box.encoder().catch_up();
-    return access.box.root().map_line(line);
+    Box& box = bench().box;
+    box.encoder().catch_up();
+    return box.root().map_line(line);
 }
 
 } // namespace
@@ -120,22 +114,22 @@ namespace capd::platform {
 
 int device_open(const char* path)
 {
-    return emu::as_ioctl(emu::Access().box.open(path));
+    return emu::as_ioctl(emu::inprocess_box().open(path));
 }
 
 int device_request(int fd, uint32_t request, void* record)
 {
-    return emu::as_ioctl(emu::Access().box.request(fd, request, record));
+    return emu::as_ioctl(emu::inprocess_box().request(fd, request, record));
 }
 
 int device_request_value(int fd, uint32_t request, int value)
 {
-    return emu::as_ioctl(emu::Access().box.request_value(fd, request, value));
+    return emu::as_ioctl(emu::inprocess_box().request_value(fd, request, value));
 }
 
 void device_close(int fd)
 {
-    emu::Access().box.close(fd);
+    emu::inprocess_box().close(fd);
 }
 
 int run_shell(const char* line)
@@ -155,8 +149,7 @@ bool read_shell_line(const char* line, char* buffer, size_t size)
 
 const char* map_path(const char* path, char* buffer)
 {
-    const emu::Access access;
-    emu::Box& box = access.box;
+    emu::Box& box = emu::inprocess_box();
     box.encoder().catch_up();
     if (std::string_view(path) == "/kxbin/enc.sh") box.encoder().expect_start();
     std::snprintf(buffer, PATH_SIZE, "%s", box.root().map(path).c_str());
@@ -165,9 +158,9 @@ const char* map_path(const char* path, char* buffer)
 
 WallTime wall_time()
 {
-    const emu::Access access;
-    const emu::Micros now = access.box.time().now();
-    return {access.here.power_on + static_cast<int64_t>(now / 1'000'000), static_cast<int32_t>(now % 1'000'000)};
+    emu::Bench& here = emu::bench();
+    const emu::Micros now = here.box.time().now();
+    return {here.power_on + static_cast<int64_t>(now / 1'000'000), static_cast<int32_t>(now % 1'000'000)};
 }
 
 int64_t wall_seconds()
@@ -178,6 +171,17 @@ int64_t wall_seconds()
 void sleep_us(uint32_t microseconds)
 {
     emu::inprocess_sleep(microseconds <= 1 ? emu::bench().loop_step : microseconds);
+}
+
+int start_thread(void* (*body)(void*))
+{
+    emu::bench().turns.start_now([body] { body(nullptr); });
+    return 0;
+}
+
+int open_queue(int32_t key)
+{
+    return msgget(emu::map_queue_key(emu::inprocess_box().root().path(), key), IPC_CREAT | 0666);
 }
 
 } // namespace capd::platform

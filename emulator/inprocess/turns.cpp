@@ -1,111 +1,91 @@
 #include "emulator/inprocess/turns.h"
 
-#include <chrono>
-#include <filesystem>
-#include <thread>
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <sys/mman.h>
 
 namespace emu {
 
-thread_local Turns::Thread* Turns::self_ = nullptr;
+/** As much as a thread has on the box; only pages that are used take memory. */
+static constexpr size_t STACK_SIZE = size_t{8} << 20;
 
-Turns::Thread* Turns::add(Micros wake)
+/** A stack whose last page ends the process instead of letting it write into something else. */
+static void* make_stack()
 {
-    const std::lock_guard guard(lock_);
-    threads_.emplace_back(new Thread{.wake = wake, .order = ++order_});
-    return threads_.back().get();
+    void* stack = mmap(nullptr, STACK_SIZE, PROT_READ | PROT_WRITE,
+                       MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE | MAP_STACK, -1, 0);
+    constexpr size_t LARGEST_PAGE = 65536;
+    if (stack == MAP_FAILED || mprotect(stack, LARGEST_PAGE, PROT_NONE) != 0) std::abort();
+    return stack;
 }
 
-/** Threads that this process has; some may belong to what runs it, such as an emulator of its processor. */
-static size_t count_tasks()
-{
-    namespace fs = std::filesystem;
-    std::error_code error;
-    return static_cast<size_t>(
-        std::distance(fs::directory_iterator("/proc/self/task", error), fs::directory_iterator()));
-}
+/** The turns whose thread begins; makecontext() passes integers only. */
+static Turns* beginning;
 
 void Turns::begin()
 {
-    foreign_ = count_tasks() - 1;
-    self_ = add(time_.now());
+    current_ = &add({});
+}
+
+Turns::Thread& Turns::add(std::function<void()> body)
+{
+    threads_.emplace_back(new Thread{.wake = time_.now(), .order = ++order_, .body = std::move(body)});
+    Thread& thread = *threads_.back();
+    if (!thread.body) return thread;
+    getcontext(&thread.context);
+    thread.context.uc_stack.ss_sp = make_stack();
+    thread.context.uc_stack.ss_size = STACK_SIZE;
+    makecontext(&thread.context, &Turns::run_current, 0);
+    return thread;
+}
+
+/** All of a started thread. One whose body returns is never due again. */
+void Turns::run_current()
+{
+    Turns& turns = *beginning;
+    turns.current_->body();
+    turns.sleep(NEVER - turns.time_.now());
+    std::abort();
 }
 
 void Turns::start(std::function<void()> body)
 {
-    Thread* thread = add(time_.now());
-    strangers_ = true;
-    std::thread([thread, body = std::move(body)] {
-        self_ = thread;
-        await_turn(*thread);
-        body();
-    }).detach();
+    add(std::move(body));
 }
 
-void Turns::give_turn(Thread& thread)
+void Turns::start_now(std::function<void()> body)
 {
-    thread.turn.store(1, std::memory_order_release);
-    thread.turn.notify_one();
+    Thread& thread = add(std::move(body));
+    current_->wake = time_.now();
+    current_->order = ++order_;
+    change_to(thread);
 }
 
-/**
- * Most turns come within microseconds, less than it takes to put a core to sleep and wake it up: two virtual hours have
- * more than a million of them.
- */
-void Turns::await_turn(Thread& thread)
+Turns::Thread& Turns::next() const
 {
-    for (int tries = 0; tries < 300; ++tries) {
-        if (thread.turn.exchange(0, std::memory_order_acquire) == 1) return;
-        std::this_thread::yield();
-    }
-    while (thread.turn.exchange(0, std::memory_order_acquire) == 0) thread.turn.wait(0);
+    return **std::ranges::min_element(threads_, {},
+                                      [](const auto& thread) { return std::pair(thread->wake, thread->order); });
 }
 
-Turns::Thread* Turns::next()
+void Turns::change_to(Thread& chosen)
 {
-    const std::lock_guard guard(lock_);
-    Thread* first = nullptr;
-    for (const auto& thread : threads_) {
-        const bool sooner = first == nullptr || thread->wake < first->wake ||
-                            (thread->wake == first->wake && thread->order < first->order);
-        if (sooner) first = thread.get();
-    }
-    return first;
-}
-
-/**
- * A thread that the daemon has just created joins when it first sleeps; until it has, time must not move, or runs would
- * differ. It takes a moment on a busy machine; one that never sleeps is not waited for longer than two seconds.
- */
-void Turns::wait_for_strangers()
-{
-    for (int tries = 0; tries < 2000; ++tries) {
-        {
-            const std::lock_guard guard(lock_);
-            if (count_tasks() <= threads_.size() + foreign_) return;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
+    Thread& self = *current_;
+    if (&chosen == &self) return;
+    self.saved_errno = errno;
+    current_ = &chosen;
+    beginning = this;
+    swapcontext(&self.context, &chosen.context);
+    errno = self.saved_errno;
 }
 
 void Turns::sleep(Micros duration)
 {
-    if (self_ == nullptr) {
-        self_ = add(time_.now() + duration);
-        await_turn(*self_);
-        return;
-    }
-    if (strangers_ && self_ != threads_.front().get()) {
-        strangers_ = false;
-        wait_for_strangers();
-    }
-    self_->wake = time_.now() + duration;
-    self_->order = ++order_;
-    Thread* chosen = next();
-    time_.advance_to(chosen->wake);
-    if (chosen == self_) return;
-    Thread* self = self_;
-    give_turn(*chosen);
-    await_turn(*self);
+    current_->wake = time_.now() + duration;
+    current_->order = ++order_;
+    Thread& chosen = next();
+    time_.advance_to(chosen.wake);
+    change_to(chosen);
 }
 
 } // namespace emu

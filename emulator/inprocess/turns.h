@@ -1,15 +1,16 @@
 /**
  * @file
- * Turns of the threads on the virtual clock.
+ * Turns of the threads on the virtual clock. They are contexts of one thread of this machine, which change places when
+ * one sleeps: a turn costs the same on a busy machine as on an idle one, where a scheduler would let each of a million
+ * turns wait for milliseconds.
  */
 #pragma once
 
 #include "emulator/timeline.h"
 
-#include <atomic>
 #include <functional>
 #include <memory>
-#include <mutex>
+#include <ucontext.h>
 #include <vector>
 
 namespace emu {
@@ -18,39 +19,37 @@ class Turns {
 public:
     explicit Turns(Timeline& time) : time_(time) {}
 
-    /** Give the calling thread, the first and only one so far, the turn. */
+    /** Make the caller the first thread. It has the turn. */
     void begin();
 
-    /**
-     * Sleep the calling thread. One that has the turn lets time pass and the others run; events of the box happen in
-     * between. One that the daemon has created joins here: until its first sleep it runs beside the one with the turn.
-     */
+    /** Let time pass for the thread that has the turn, and the others run; events of the box happen in between. */
     void sleep(Micros duration);
 
     /** Start a thread whose first turn comes when the caller sleeps. */
     void start(std::function<void()> body);
 
+    /** Start a thread that runs at once until it first sleeps; then the caller goes on, without time having passed. */
+    void start_now(std::function<void()> body);
+
 private:
     struct Thread {
         Micros wake;
-        uint64_t order;           ///< who asked first goes first at the same moment
-        std::atomic<int> turn{0}; ///< 1: it is this thread's
+        uint64_t order; ///< who asked first goes first at the same moment
+        std::function<void()> body;
+        ucontext_t context{};
+        int saved_errno = 0; ///< each thread has its own
     };
 
-    static void give_turn(Thread& thread);
-    static void await_turn(Thread& thread);
+    static void run_current();
 
-    Thread* add(Micros wake);
-    Thread* next();
-    void wait_for_strangers();
+    Thread& add(std::function<void()> body);
+    Thread& next() const;
+    void change_to(Thread& chosen);
 
     Timeline& time_;
-    std::mutex lock_;
     std::vector<std::unique_ptr<Thread>> threads_;
+    Thread* current_ = nullptr; ///< has the turn
     uint64_t order_ = 0;
-    size_t foreign_ = 0;     ///< threads of the process that are none of the daemon's or the bench's
-    bool strangers_ = false; ///< a started thread may have started others that have not joined yet
-    static thread_local Thread* self_;
 };
 
 } // namespace emu

@@ -4,7 +4,9 @@
 #include <cstdlib>
 #include <ctime>
 #include <fcntl.h>
+#include <pthread.h>
 #include <sys/ioctl.h>
+#include <sys/msg.h>
 #include <sys/time.h>
 #include <unistd.h>
 
@@ -66,6 +68,17 @@ int64_t wall_seconds()
 void sleep_us(uint32_t microseconds)
 {
     usleep(microseconds);
+}
+
+int start_thread(void* (*body)(void*))
+{
+    pthread_t thread{};
+    return pthread_create(&thread, nullptr, body, nullptr);
+}
+
+int open_queue(int32_t key)
+{
+    return msgget(key, IPC_CREAT | 0666);
 }
 
 } // namespace capd::platform
