@@ -5,6 +5,13 @@
 
 namespace emu {
 
+/**
+ * Shortest break of the picture when a source changes its format. It mutes, stops its clock, sets its pixel clock anew
+ * and waits until that has settled: players and PCs take from half a second to some seconds. A sink that looks for the
+ * break now and then, as a firmware does that polls, sees it by that length and nothing else.
+ */
+static constexpr Micros FORMAT_BREAK = 1'000'000;
+
 // Channel allocations: bits 0 and 1 put LFE and the front centre on line 1; the rest fills lines 2 and 3.
 static constexpr uint8_t ALLOCATION_LINES[8] = {0x0, 0x4, 0x4, 0xC, 0xC, 0x8, 0xC, 0xC};
 static constexpr uint8_t ALLOCATION_CHANNELS[8] = {0, 1, 2, 3, 4, 2, 3, 4};
@@ -112,18 +119,18 @@ void Source::refresh()
     notify(Change::Link);
 }
 
-void Source::restart()
+void Source::restart(Micros delay)
 {
     time_.cancel(start_);
     started_ = false;
     refresh();
-    if (!powered_ || !terminated_ || start_delay_ == NEVER) return;
-    if (start_delay_ == 0) {
+    if (!powered_ || !terminated_ || delay == NEVER) return;
+    if (delay == 0) {
         started_ = true;
         refresh();
         return;
     }
-    start_ = time_.after(start_delay_, [this] {
+    start_ = time_.after(delay, [this] {
         started_ = true;
         refresh();
     });
@@ -151,7 +158,7 @@ void Source::set_power(bool on)
     if (on == powered_) return;
     powered_ = on;
     notify(Change::Power);
-    restart();
+    restart(start_delay_);
 }
 
 void Source::set_sync(bool on)
@@ -164,13 +171,13 @@ void Source::set_terminated(bool on)
 {
     if (on == terminated_) return;
     terminated_ = on;
-    restart();
+    restart(start_delay_);
 }
 
 void Source::set_start_delay(Micros delay)
 {
     start_delay_ = delay;
-    if (!started_) restart();
+    if (!started_) restart(start_delay_);
 }
 
 static bool same_timing(const Format& a, const Format& b)
@@ -188,7 +195,7 @@ void Source::change(const Signal& signal, bool seamless)
         started_ = false;
         refresh();
         signal_ = signal;
-        restart();
+        restart(std::max(start_delay_, FORMAT_BREAK));
         return;
     }
     signal_ = signal;

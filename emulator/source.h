@@ -3,7 +3,8 @@
  * An HDMI source on one of the box's input ports: what it sends, and how it behaves on its cable.
  *
  * It begins to send a while after it has 5 V up and sees the sink's terminators, and stops when they go; a change of
- * its format stops the picture for that while too. Whoever is at the other end listens for its changes.
+ * its format stops the picture for a second, or for that while if it is longer. Whoever is at the other end listens for
+ * its changes.
  */
 #pragma once
 
@@ -98,7 +99,7 @@ public:
     void set_sync(bool on);
     /** Send other things from now on; a new format stops the picture unless it is seamless. */
     void change(const Signal& signal, bool seamless = false);
-    /** Time from 5 V, terminators or a format change to the picture; NEVER for a source that does not start. */
+    /** Time from 5 V or terminators to the picture; NEVER for a source that does not start. */
     void set_start_delay(Micros delay);
     /** Lose sync a number of times, each loss and each time between lasting as long; the first begins now. */
     void drop(unsigned times, Micros each);
@@ -118,7 +119,7 @@ public:
     std::string describe() const;
 
 private:
-    void restart();
+    void restart(Micros delay);
     void refresh();
     void next_drop();
     void notify(Change change) const;

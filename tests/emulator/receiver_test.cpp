@@ -248,7 +248,7 @@ TEST(Receiver, LatchesEventsUntilTheirOwnPulse)
         desk.settle("source 0 plug 1080p60");
         if (*row.before != '\0') desk.settle(row.before);
         desk.tell(row.event);
-        desk.run_ms(1000);
+        desk.run_ms(2000);
         EXPECT_EQ(desk.get(row.reg), row.bits);
         EXPECT_EQ(desk.get(row.reg), row.bits);
         for (uint8_t other : {0x01, 0xC2, 0x04, 0x08})
@@ -300,6 +300,8 @@ TEST(Receiver, TimingMovesOnlyWhenThePictureDoes)
     }
     EXPECT_EQ(desk.get(0x9A), 0xFF);
     desk.tell("source 0 sync on");
+    desk.run_ms(850);
+    EXPECT_EQ(desk.get(0x58, 13), before) << "a change of format takes a source a second";
     desk.run_ms(200);
     EXPECT_EQ(desk.get(0x5F), 750 & 0xFF);
 }
