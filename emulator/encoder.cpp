@@ -10,6 +10,7 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <sstream>
+#include <stdexcept>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <thread>
@@ -27,7 +28,7 @@ constexpr std::string_view WRITING = "/run/encoder/writing"; // the script's pid
 constexpr std::string_view KIND = "/run/encoder/kind";
 
 constexpr uint64_t FILE_LIMIT = UINT32_MAX; ///< vfat has no larger files
-constexpr std::chrono::seconds PATIENCE{5}; ///< for a process to do what it does in milliseconds
+constexpr std::chrono::minutes PATIENCE{2}; ///< for a process to do what it does in milliseconds on an idle machine
 
 /** Whether a process runs; one that has ended and waits for its parent to notice does not. */
 bool runs(pid_t pid)
@@ -49,13 +50,21 @@ bool a_child_has_ended()
     return ::waitid(P_ALL, 0, &ended, WEXITED | WNOHANG | WNOWAIT) != 0 || ended.si_pid != 0;
 }
 
-/** Wait in real time until something is so, or patience ends. */
+/** Wait in real time until something is so. Throws when patience ends: whatever came next would be of another run. */
 template<typename Condition>
-void wait_until(Condition condition)
+void wait_until(const std::string& what, Condition condition)
 {
     const auto end = std::chrono::steady_clock::now() + PATIENCE;
-    while (!condition() && std::chrono::steady_clock::now() < end)
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > end)
+            throw std::runtime_error("waited for two minutes, and still not so: " + what);
         std::this_thread::sleep_for(std::chrono::microseconds(500));
+    }
+}
+
+void wait_for_end(pid_t pid)
+{
+    wait_until("process " + std::to_string(pid) + " has ended", [pid] { return !runs(pid); });
 }
 
 } // namespace
@@ -108,7 +117,7 @@ void Encoder::take_line(const std::string& line)
         grow();
         if (recording_ && recording_->pid == said.pid) recording_.reset();
     } else if (what == "refused") {
-        wait_until([&said] { return !runs(said.pid); });
+        wait_for_end(said.pid);
         starting_ = false;
     }
 }
@@ -128,14 +137,11 @@ void Encoder::grow()
 void Encoder::settle()
 {
     if (!starting_) return;
-    if (root_.exists(SCRIPT)) {
-        wait_until([this] {
-            read_log();
-            return !starting_;
-        });
-    } else {
-        wait_until(a_child_has_ended); // the one that finds no script
-    }
+    wait_until("the encoder's script has said that it runs or refuses, or ended without a word", [this] {
+        const bool ended = a_child_has_ended(); // one that finds no script says nothing
+        read_log();
+        return ended || !starting_;
+    });
     starting_ = false;
 }
 
@@ -153,7 +159,7 @@ bool Encoder::die()
     for (pid_t pid : {recording_->pid, recording_->writer}) {
         if (pid <= 0) continue;
         ::kill(pid, SIGKILL);
-        wait_until([pid] { return !runs(pid); });
+        wait_for_end(pid);
     }
     root_.write(WRITING, "");
     recording_.reset();

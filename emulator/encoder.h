@@ -46,7 +46,7 @@ public:
     /** The daemon is about to start the script; settle() will wait for it. */
     void expect_start() { starting_ = true; }
     bool starting() const { return starting_; }
-    /** Wait until an expected script runs or has refused, for at most five seconds. */
+    /** Wait until an expected script runs, has refused or has ended. Throws std::runtime_error after two minutes. */
     void settle();
     /** Take note of scripts that started or ended, and let the file grow. */
     void catch_up();
@@ -56,7 +56,7 @@ public:
     /** Scripts that started to record since power-on. */
     uint64_t recordings() const { return recordings_; }
 
-    /** Kill the script and what writes for it. @return false when none runs */
+    /** Kill the script and what writes for it, and wait for their end as settle() does. @return false when none runs */
     bool die();
     /** After 'q', end only after this many milliseconds of real time or when told to go on. */
     void hang(unsigned milliseconds);

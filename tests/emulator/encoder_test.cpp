@@ -8,6 +8,7 @@
 #include <fcntl.h>
 #include <fstream>
 #include <regex>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -37,11 +38,12 @@ public:
     Script(const Script&) = delete;
     Script& operator=(const Script&) = delete;
 
+    void say(const char* text) const { EXPECT_GE(write(stop_, text, std::strlen(text)), 0); }
     /** Write the text, close the pipe and wait. @return the exit status, or minus the signal */
     int stop(const char* text)
     {
         if (stop_ >= 0) {
-            EXPECT_GE(write(stop_, text, std::strlen(text)), 0);
+            say(text);
             close(stop_);
             waitpid(pid_, &status_, 0);
         }
@@ -80,6 +82,16 @@ void configure(const char* key, const char* value)
     const std::string text = root.read("/kxbin/low.cfg");
     root.write("/kxbin/low.cfg",
                std::regex_replace(text, std::regex(std::string(key) + ".*"), std::string(key) + " " + value));
+}
+
+/** Wait for another process in real time, which on a busy machine takes its time. @return whether it did what it should
+ */
+template<typename Condition>
+bool soon(Condition condition)
+{
+    const auto patience = std::chrono::steady_clock::now() + 2min;
+    while (!condition() && std::chrono::steady_clock::now() < patience) std::this_thread::sleep_for(5ms);
+    return condition();
 }
 
 uint64_t size_of(const char* name)
@@ -156,7 +168,6 @@ TEST(Encoder, WrongConfigurationIsRefusedAtOnce)
 TEST(Encoder, MisbehavesWhenTold)
 {
     mount_card();
-    emu::Encoder& encoder = bench::box().encoder();
     bench::tell("encoder refuse");
     {
         const bench::Output quiet;
@@ -186,12 +197,12 @@ TEST(Encoder, MisbehavesWhenTold)
     bench::tell("encoder hang 60000");
     Script released = start("/mnt/sddisk/4.mp4");
     bench::run_for(1us);
-    std::thread helper([&encoder] {
-        std::this_thread::sleep_for(50ms);
-        encoder.behave();
-    });
-    EXPECT_EQ(released.stop("q"), 0) << "a hang ends when told";
-    helper.join();
+    released.say("q");
+    const std::string heard = "stopping " + std::to_string(released.pid()) + "\n";
+    EXPECT_TRUE(soon([&] { return bench::box().root().read("/run/encoder/log").ends_with(heard); })) << heard;
+    EXPECT_TRUE(released.runs());
+    bench::tell("encoder go");
+    EXPECT_EQ(released.stop(""), 0) << "a hang ends when told";
     bench::tell("encoder missing");
     Script missing = start("/mnt/sddisk/5.mp4");
     EXPECT_EQ(missing.stop(""), 127);
@@ -220,16 +231,8 @@ std::string probe(const std::string& file, const char* entries)
     return {text, got};
 }
 
-/** Wait for another process in real time. @return whether it did what it should within twenty seconds */
-template<typename Condition>
-bool soon(Condition condition)
-{
-    for (int tries = 0; tries < 400 && !condition(); ++tries) std::this_thread::sleep_for(50ms);
-    return condition();
-}
-
 // Catches: a real recording whose picture or sound is not what the configuration asks for, that has no end after 'q',
-// that is unreadable after its writer was killed, or that goes on for ever once its writer is gone.
+// that is unreadable after its writer was killed, or that goes on for ever once its writer or its script is gone.
 TEST(Encoder, FfmpegWritesWhatTheConfigurationAsksFor)
 {
     if (std::system("ffmpeg -version >/dev/null 2>&1") != 0) GTEST_SKIP() << "no ffmpeg";
@@ -245,7 +248,9 @@ TEST(Encoder, FfmpegWritesWhatTheConfigurationAsksFor)
         encoder.expect_start();
         Script script(root, (std::string("/mnt/custblk/") + name).c_str());
         encoder.settle();
-        EXPECT_TRUE(soon([&] { return root.read(std::string("/mnt/custblk/") + name).size() > 100'000; }));
+        const auto size = [&] { return root.read(std::string("/mnt/custblk/") + name).size(); };
+        soon([&] { return size() > 40'000 || !script.runs(); });
+        EXPECT_GT(size(), 40'000u) << "no second of the recording has been written";
         end(script);
         return probe(root.map("/mnt/custblk/") + name, "codec_name,width,height,r_frame_rate,sample_rate,channels");
     };
@@ -254,11 +259,20 @@ TEST(Encoder, FfmpegWritesWhatTheConfigurationAsksFor)
     EXPECT_EQ(record("killed.mp4", [&](Script&) { EXPECT_TRUE(encoder.die()); }), expected);
     EXPECT_EQ(record("orphan.mp4",
                      [&](Script& script) {
-                         encoder.catch_up();
-                         kill(encoder.recording()->writer, SIGKILL);
-                         EXPECT_TRUE(soon([&] { return !script.runs(); }));
+                         kill(encoder.recording().value().writer, SIGKILL);
+                         EXPECT_TRUE(soon([&] { return !script.runs(); })) << "the script goes on without its writer";
                      }),
               expected);
+    ASSERT_EQ(prctl(PR_SET_CHILD_SUBREAPER, 1), 0) << "a writer without its script becomes a child of the test";
+    for (const int signal : {SIGTERM, SIGKILL}) {
+        const auto leave = [&](Script& script) {
+            const pid_t writer = encoder.recording().value().writer;
+            kill(script.pid(), signal);
+            EXPECT_TRUE(soon([&] { return !script.runs(); }));
+            EXPECT_TRUE(soon([&] { return waitpid(writer, nullptr, WNOHANG) != 0; })) << "it outlives its script";
+        };
+        EXPECT_EQ(record("left.mp4", leave), expected) << strsignal(signal);
+    }
 }
 
 } // namespace

@@ -6,7 +6,8 @@
 # half its rate; with a rate of 0 there is no audio clock and the file has no sound.
 #
 # Bash, because its read takes a single byte without another process: killing the encoder leaves nothing behind that
-# holds the stop pipe. What it does is told in run/encoder/log, a line per event.
+# holds the stop pipe. What it does is told in run/encoder/log, a line per event. The program that writes the file ends
+# with this script, however that ends.
 
 config=$1
 case $config in /*) ;; *) config=$PWD/$config ;; esac
@@ -18,7 +19,12 @@ output=$root$2
 tell() {
     echo "$*" >>"$run/log"
 }
+writer=0
 end() {
+    if ((writer > 0)); then
+        kill -TERM "$writer" 2>/dev/null
+        wait "$writer" 2>/dev/null
+    fi
     : >"$run/writing"
     tell "ended $$"
     exit "$1"
@@ -73,7 +79,7 @@ record_with_ffmpeg() {
     fi
     # The pattern shows the running time. It is made small and enlarged, which costs half as much as making it large.
     # Fragments of a second keep what was written when the power fails. Filler makes the bit rate what was asked for.
-    ffmpeg -nostdin -hide_banner -loglevel error -y \
+    setpriv --pdeathsig KILL ffmpeg -nostdin -hide_banner -loglevel error -y \
         -re -f lavfi -i "testsrc=size=320x180:rate=$frame_rate,scale=$width:$height:flags=neighbor,format=yuv420p" \
         -re -f lavfi -i "sine=frequency=1000:sample_rate=$((sample_rate > 0 ? sample_rate : 48000))" \
         -c:v libx264 -preset ultrafast -g "$frame_rate" -b:v "$video_rate" -maxrate "$video_rate" \
@@ -111,21 +117,19 @@ read_sample_rate
 ((sample_rate == 0)) && audio_rate=0
 : 2>/dev/null >"$output" || refuse "cannot write $output"
 
-writer=0
+trap 'end 1' HUP INT TERM
 read -r kind <"$run/kind"
 [ "$kind" = ffmpeg ] && record_with_ffmpeg
 echo $$ >"$run/writing" # the file is open: see umount
 tell "running $$ $writer $width $height $frame_rate $sample_rate $channels $((video_rate + audio_rate)) $output"
 wait_for_stop
+tell "stopping $$"
 
+# Hang, but not for nobody: who started the script may be gone, and the box as well.
 behaviour
 deadline=$((${EPOCHREALTIME/[.,]/} + 1000 * ${delay:-0}))
-while [ "$what" = hang ] && ((${EPOCHREALTIME/[.,]/} < deadline)); do
+while [ "$what" = hang ] && ((${EPOCHREALTIME/[.,]/} < deadline)) && kill -0 $PPID 2>/dev/null; do
     sleep 0.02
     behaviour 2>/dev/null || break
 done
-if ((writer > 0)); then
-    kill -TERM "$writer" 2>/dev/null
-    wait "$writer" 2>/dev/null
-fi
 end 0
