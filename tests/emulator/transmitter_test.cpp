@@ -2,16 +2,15 @@
 #include "emulator/commands.h"
 #include "emulator/edids.h"
 #include "emulator/transmitter_chip.h"
+#include "tests/support/bench.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstdio>
-#include <filesystem>
 #include <initializer_list>
 #include <string>
 #include <tuple>
-#include <unistd.h>
 #include <utility>
 #include <vector>
 
@@ -91,7 +90,7 @@ std::pair<std::string, int> shell(const std::string& line)
 TEST(ShippedEdids, KeepTheStandardsUnlessBrokenOnPurpose)
 {
     const bool checker = shell("edid-decode --version 2>/dev/null").second == 0;
-    const auto file = std::filesystem::path(testing::TempDir()) / ("edid" + std::to_string(getpid()) + ".bin");
+    const std::string file = bench::scratch("edid.bin");
     for (const emu::ShippedEdid& edid : emu::shipped_edids()) {
         SCOPED_TRACE(edid.name);
         ASSERT_EQ(edid.image.size() % 128, 0u);
@@ -99,9 +98,8 @@ TEST(ShippedEdids, KeepTheStandardsUnlessBrokenOnPurpose)
         for (size_t block = 0; block < edid.image.size() / 128; ++block)
             EXPECT_EQ(emu::edid_checksum_right(edid.image, block), edid.name != "bad-sum" || block != 0) << block;
         if (!checker) continue;
-        emu::save_edid(edid.image, file.string());
-        const std::string report = shell("edid-decode --check " + file.string() + " 2>&1").first;
-        std::filesystem::remove(file);
+        emu::save_edid(edid.image, file);
+        const std::string report = shell("edid-decode --check " + file + " 2>&1").first;
         const size_t failures = report.find("\nFailures:\n");
         if (edid.name == "rev1") {
             // An extension of revision 1 cannot have the data block that the checker asks for; nothing else may fail.

@@ -1,12 +1,12 @@
 #include "tests/hdmitx/edid_facts.h"
 
 #include "emulator/edids.h"
+#include "tests/support/bench.h"
 
 #include <cstdio>
 #include <cstdlib>
 #include <sstream>
 #include <string>
-#include <unistd.h>
 
 namespace {
 
@@ -102,11 +102,9 @@ bool have_edid_decode()
 
 EdidFacts ask_edid_decode(const emu::EdidImage& edid)
 {
-    char file[] = "/tmp/edid-XXXXXX";
-    close(mkstemp(file));
+    const std::string file = bench::scratch("edid.bin");
     emu::save_edid(edid, file);
-    std::istringstream text(output_of("edid-decode " + std::string(file) + " 2>&1"));
-    std::remove(file);
+    std::istringstream text(output_of("edid-decode " + file + " 2>&1"));
     Reader reader;
     for (std::string line; std::getline(text, line);) reader.line(line);
     return reader.facts;

@@ -3,6 +3,8 @@
 #include <array>
 #include <cstdio>
 #include <fcntl.h>
+#include <filesystem>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
@@ -26,6 +28,13 @@ void run_for(std::chrono::microseconds duration)
     emu::inprocess_sleep(static_cast<emu::Micros>(duration.count()));
 }
 
+std::string scratch(const std::string& name)
+{
+    const std::string folder = box().root().map("/tmp/");
+    std::filesystem::create_directories(folder);
+    return folder + name;
+}
+
 std::chrono::microseconds now()
 {
     return std::chrono::microseconds(box().time().now());
@@ -34,9 +43,8 @@ std::chrono::microseconds now()
 Output::Output()
 {
     std::fflush(nullptr);
-    char name[] = "/tmp/output-XXXXXX";
-    file_ = mkostemp(name, O_APPEND | O_CLOEXEC);
-    unlink(name);
+    file_ = memfd_create("output", MFD_CLOEXEC);
+    fcntl(file_, F_SETFL, O_APPEND);
     for (int fd = 0; fd < 3; ++fd) {
         saved_[fd] = fcntl(fd, F_DUPFD_CLOEXEC, 3);
         dup2(file_, fd);

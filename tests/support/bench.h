@@ -32,6 +32,10 @@ std::string ask(std::string_view line);
 /** Let virtual time pass; the daemon's threads run meanwhile. */
 void run_for(std::chrono::microseconds duration);
 
+/** Path for a file of the test's own, in a folder that other tests beside it do not share and that goes with the box.
+ */
+std::string scratch(const std::string& name);
+
 /** Virtual time since power-on. */
 std::chrono::microseconds now();
 

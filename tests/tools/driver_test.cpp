@@ -47,7 +47,7 @@ TEST(BoxtoolDriver, EachCommandReachesItsRequestAndShowsItsAnswer)
 // Catches: a transfer that is not split at 64 words, parts that go to the wrong address, bytes in the wrong order.
 TEST(BoxtoolMemory, LongTransfersArriveWhole)
 {
-    ASSERT_EQ(chdir(testing::TempDir().c_str()), 0);
+    ASSERT_EQ(chdir(bench::scratch("").c_str()), 0);
     std::string line = "mem write 0x1000 --yes";
     for (int n = 0; n < 70; ++n) line += " " + std::to_string(1000 + n);
     const bench::ToolRun written = bench::tool(line);

@@ -11,7 +11,7 @@ using namespace std::chrono_literals;
 
 std::string save(const std::string& name, std::span<const uint8_t> bytes)
 {
-    std::string path = testing::TempDir() + name;
+    std::string path = bench::scratch(name);
     std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(bytes.data()), std::ssize(bytes));
     return path;
 }
@@ -23,7 +23,7 @@ TEST(BoxtoolEdid, RomIsCopiedBothWaysAndCompared)
     bench::tool("i2c write 0x1c 2 0x0d --yes");
     std::vector<uint8_t> image(256);
     for (size_t i = 0; i < image.size(); ++i) image[i] = static_cast<uint8_t>(255 - i);
-    const std::string path = save("rom-in.bin", image), copy = testing::TempDir() + "rom-out.bin";
+    const std::string path = save("rom-in.bin", image), copy = bench::scratch("rom-out.bin");
 
     EXPECT_EQ(bench::tool("edid compare " + path).status, 1);
     EXPECT_EQ(bench::tool("edid write " + path + " --yes").status, 0);
@@ -54,7 +54,7 @@ TEST(BoxtoolOutput, DisplayIsReadAndComparedWithTheRom)
         if (!display.good || display.image.size() > 5 * 128) continue;
         SCOPED_TRACE(display.name);
         bench::tell("display plug " + display.name);
-        const std::string path = testing::TempDir() + "display.bin";
+        const std::string path = bench::scratch("display.bin");
         const bench::ToolRun run = bench::tool("output edid --file " + path);
         EXPECT_EQ(run.status, 0) << run.err;
         EXPECT_NE(run.out.find("header and checksums are right"), std::string::npos);

@@ -100,7 +100,7 @@ private:
 // Catches: a destroying command that does not ask, or takes no answer, an empty one or "no" for a yes.
 TEST(BoxtoolUsage, NothingIsDestroyedWithoutConsent)
 {
-    const std::string edid = testing::TempDir() + "rom.bin";
+    const std::string edid = bench::scratch("rom.bin");
     ASSERT_EQ(bench::tool("edid read " + edid).status, 0);
     bench::tell("nvram set NAME value");
     bench::tell("card insert");
@@ -195,7 +195,7 @@ TEST(BoxtoolUsage, JsonIsAllThatStandsOnStandardOutput)
         {"output display --json", "/connected", false},
         {"update list --json", "/items/0/present", false},
     };
-    ASSERT_EQ(chdir(testing::TempDir().c_str()), 0);
+    ASSERT_EQ(chdir(bench::scratch("").c_str()), 0);
     bench::box().capture().diagnostics().word(0x104) = 77;
     bench::box().nvram().set("NAME", "a \"quoted\" \xff"); // not UTF-8
     bench::tell("card insert");
