@@ -5,6 +5,7 @@
 #include "devaccess/video_device.h"
 #include "platform/platform.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
@@ -86,7 +87,7 @@ int do_wri2cnb(int selector, int device, int length, const unsigned int* bytes)
     I2cWriteRecord record{};
     record.device = static_cast<uint8_t>(device);
     record.length = static_cast<uint8_t>(length);
-    for (int i = 0; i < length; ++i) record.bytes[i] = static_cast<uint8_t>(bytes[i]);
+    std::copy_n(bytes, length, record.bytes);
     return transfer(__func__, selector == SECOND_FORM ? I2C_WRITE_SECOND : I2C_WRITE_FIRST, &record);
 }
 
@@ -97,11 +98,11 @@ int do_rdi2cnb(int selector, int device, int address_length, const unsigned int*
     I2cReadRecord record{};
     record.device = static_cast<uint8_t>(device);
     record.address_length = static_cast<uint8_t>(address_length);
-    for (int i = 0; i < address_length; ++i) record.address[i] = static_cast<uint8_t>(address[i]);
+    std::copy_n(address, address_length, record.address);
     record.read_length = static_cast<uint8_t>(read_length);
     const int result = transfer(__func__, selector == SECOND_FORM ? I2C_READ_SECOND : I2C_READ_FIRST, &record);
     if (result != 0) return result;
-    for (int i = 0; i < read_length; ++i) out[i] = record.bytes[i];
+    std::copy_n(record.bytes, read_length, out);
     return 0;
 }
 

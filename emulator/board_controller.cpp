@@ -127,22 +127,23 @@ void BoardController::light(int group, uint8_t value)
     if (history_.size() > HISTORY_SIZE) history_.pop_front();
 }
 
-static std::string describe_look(LedLook look)
+static const char* describe_look(LedLook look)
 {
     switch (look) {
     case LedLook::Off: return "off";
     case LedLook::On: return "on";
     case LedLook::Blinking: return "blinking";
     }
-    return {};
+    return "";
 }
 
 static std::string describe_leds(const BoardController& board)
 {
     std::string text;
-    for (int i = 0; i < 7; ++i) text += std::string(LED_NAMES[i]) + ": " + describe_look(board.look(0, i)) + "\n";
+    for (int i = 0; i < 7; ++i)
+        text.append(LED_NAMES[i]).append(": ").append(describe_look(board.look(0, i))).append("\n");
     text += "storage bar:";
-    for (int i = 0; i < 6; ++i) text += " " + describe_look(board.look(1, i));
+    for (int i = 0; i < 6; ++i) text.append(" ").append(describe_look(board.look(1, i)));
     return text + "\n";
 }
 

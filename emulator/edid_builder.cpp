@@ -114,11 +114,14 @@ void put_features(EdidImage& b, const EdidBase& base)
     std::fill(b.begin() + 38, b.begin() + 54, uint8_t{0x01}); // no standard timings
 }
 
-EdidBytes data_block(uint8_t tag, std::initializer_list<uint8_t> payload)
+/** A block's payload may come in two parts. */
+EdidBytes data_block(uint8_t tag, std::initializer_list<uint8_t> payload, std::initializer_list<uint8_t> rest = {})
 {
-    assert(payload.size() < 32);
-    EdidBytes block{low(static_cast<unsigned>(tag << 5) | static_cast<unsigned>(payload.size()))};
-    block.insert(block.end(), payload);
+    const size_t length = payload.size() + rest.size();
+    assert(length < 32);
+    EdidBytes block(1 + length);
+    block[0] = low(static_cast<unsigned>(tag << 5) | static_cast<unsigned>(length));
+    std::copy(rest.begin(), rest.end(), std::copy(payload.begin(), payload.end(), block.begin() + 1));
     return block;
 }
 
@@ -176,10 +179,7 @@ EdidBytes cta_colorimetry(uint8_t spaces)
 
 EdidBytes cta_hdmi(std::initializer_list<uint8_t> behind_oui)
 {
-    EdidBytes block = data_block(3, {0x03, 0x0C, 0x00}); // 00-0C-03, least significant byte first
-    block.insert(block.end(), behind_oui);
-    block[0] = low(block[0] + static_cast<unsigned>(behind_oui.size()));
-    return block;
+    return data_block(3, {0x03, 0x0C, 0x00}, behind_oui); // 00-0C-03, least significant byte first
 }
 
 EdidImage edid_cta(uint8_t revision, uint8_t flags, std::initializer_list<EdidBytes> data_blocks,

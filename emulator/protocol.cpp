@@ -72,7 +72,8 @@ bool receive_message(int socket, Message& message)
 std::string default_socket()
 {
     const char* chosen = std::getenv("CAPD_BOX");
-    return chosen != nullptr && *chosen != '\0' ? chosen : std::string(DEFAULT_ROOT) + SOCKET_IN_ROOT;
+    const std::string root = DEFAULT_ROOT;
+    return chosen != nullptr && *chosen != '\0' ? chosen : root + SOCKET_IN_ROOT;
 }
 
 } // namespace emu

@@ -228,9 +228,12 @@ static std::string describe_audio(const Signal& signal)
     std::string text = KINDS[static_cast<size_t>(signal.sound())];
     if (signal.sound() == AudioKind::None) return text;
     const AudioSignal& audio = signal.audio;
-    text += audio.rate_hz != 0 ? " " + std::to_string(audio.rate_hz) + " Hz" : " of unknown rate";
-    text += " " + std::to_string(audio.channels) + " ch";
-    if (audio.word_bits != 0) text += " " + std::to_string(audio.word_bits) + " bits";
+    if (audio.rate_hz != 0)
+        text.append(" ").append(std::to_string(audio.rate_hz)).append(" Hz");
+    else
+        text += " of unknown rate";
+    text.append(" ").append(std::to_string(audio.channels)).append(" ch");
+    if (audio.word_bits != 0) text.append(" ").append(std::to_string(audio.word_bits)).append(" bits");
     return text;
 }
 

@@ -15,7 +15,7 @@ namespace boxtool {
 
 namespace {
 
-std::string vformat(const char* pattern, va_list args)
+[[gnu::format(printf, 1, 0)]] std::string vformat(const char* pattern, va_list args)
 {
     va_list again;
     va_copy(again, args);

@@ -49,7 +49,7 @@ TEST(BoxtoolMemory, LongTransfersArriveWhole)
 {
     ASSERT_EQ(chdir(bench::scratch("").c_str()), 0);
     std::string line = "mem write 0x1000 --yes";
-    for (int n = 0; n < 70; ++n) line += " " + std::to_string(1000 + n);
+    for (int n = 0; n < 70; ++n) line.append(" ").append(std::to_string(1000 + n));
     const bench::ToolRun written = bench::tool(line);
     EXPECT_EQ(bench::count(written.out, "do_wrmem()-> return 0"), 2u);
     for (uint32_t n = 0; n < 70; ++n) EXPECT_EQ(driver().word(0x1000 + 4 * n), 1000 + n);
