@@ -32,8 +32,17 @@ void Box::wire_board()
         receiver_.select_port(board_.selected_port());
         transmitter_.enable_output(board_.output_enabled());
         edid_rom_.give_access(board_.rom_readable(), board_.rom_writable());
+        show_input();
     });
+    for (Source& source : sources_) source.listen([this](Source::Change) { show_input(); });
     card_.on_removal([this] { encoder_.lose_card(); });
+}
+
+void Box::show_input()
+{
+    const int port = board_.selected_port();
+    const bool sends = port >= 0 && source(port).sends();
+    encoder_.show_input(port, sends ? source(port).signal().format.name : "");
 }
 
 void Box::add_commands()

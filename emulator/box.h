@@ -77,6 +77,7 @@ private:
     };
 
     void wire_board();
+    void show_input();
     void add_commands();
 
     Timeline time_;

@@ -26,6 +26,7 @@ constexpr std::string_view LOG = "/run/encoder/log";
 constexpr std::string_view BEHAVIOUR = "/run/encoder/behaviour";
 constexpr std::string_view WRITING = "/run/encoder/writing"; // the script's pid while its file is open
 constexpr std::string_view KIND = "/run/encoder/kind";
+constexpr std::string_view INPUT = "/run/encoder/input"; // port and format of what is recorded
 
 constexpr uint64_t FILE_LIMIT = UINT32_MAX; ///< vfat has no larger files
 constexpr std::chrono::minutes PATIENCE{2}; ///< for a process to do what it does in milliseconds on an idle machine
@@ -76,6 +77,7 @@ Encoder::Encoder(const RootFs& root, const Timeline& time, EncoderKind kind) : r
     root_.write(LOG, "");
     root_.write(KIND, kind == EncoderKind::Ffmpeg ? "ffmpeg\n" : "bookkeeping\n");
     behave();
+    show_input(-1, "");
     log_ = ::open(root_.map(LOG).c_str(), O_RDONLY | O_CLOEXEC);
 }
 
@@ -185,6 +187,14 @@ void Encoder::set_missing(bool missing)
 {
     const std::string_view from = missing ? SCRIPT : SCRIPT_PUT_ASIDE;
     if (root_.exists(from)) std::filesystem::rename(root_.map(from), root_.map(missing ? SCRIPT_PUT_ASIDE : SCRIPT));
+}
+
+void Encoder::show_input(int port, std::string_view format)
+{
+    const std::string text = std::to_string(port) + " " + (format.empty() ? "no picture" : std::string(format)) + "\n";
+    if (text == input_) return;
+    input_ = text;
+    root_.write(INPUT, text);
 }
 
 void Encoder::lose_card()

@@ -17,6 +17,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <sys/types.h>
 
 namespace emu {
@@ -68,6 +69,8 @@ public:
     void behave();
     /** Let files grow at this many kbit/s whatever the configuration says; 0 for the configuration's rates. */
     void set_rate(uint64_t kilobits) { rate_override_ = kilobits * 1000; }
+    /** What the input is now, for the picture: the selected port, or -1, and the name of its source's format. */
+    void show_input(int port, std::string_view format);
     /** The card leaves the slot: what is still to be written is lost. The script does not notice. */
     void lose_card();
 
@@ -85,6 +88,7 @@ private:
     int log_ = -1;
     off_t log_read_ = 0;
     bool starting_ = false;
+    std::string input_;
     std::optional<Recording> recording_;
     uint64_t recordings_ = 0, rate_override_ = 0;
 };

@@ -108,7 +108,7 @@ InfoFrame Signal::audio_frame() const
 
 void Source::notify(Change change) const
 {
-    if (listener_) listener_(change);
+    for (const Listener& listener : listeners_) listener(change);
 }
 
 void Source::refresh()

@@ -15,6 +15,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <vector>
 
 namespace emu {
 
@@ -112,7 +113,7 @@ public:
     const Signal& signal() const { return signal_; }
     void set_terminated(bool on);
     bool terminated() const { return terminated_; }
-    void listen(Listener listener) { listener_ = std::move(listener); }
+    void listen(Listener listener) { listeners_.push_back(std::move(listener)); }
     /** @} */
 
     /** What a person at the source would say of it, a line. */
@@ -127,7 +128,7 @@ private:
     Timeline& time_;
     int port_;
     Signal signal_;
-    Listener listener_;
+    std::vector<Listener> listeners_;
     Micros start_delay_ = 100'000;
     Timeline::EventId start_{}, drop_{};
     Micros drop_each_ = 0;

@@ -138,6 +138,7 @@ TEST(Encoder, WrongConfigurationIsRefusedAtOnce)
         const char *key, *value, *said;
     } cases[] = {
         {"PictureResolution-InPicWidth", "wide", "PictureResolution-InPicWidth is 'wide'"},
+        {"StreamControl-Profile", "best", "StreamControl-Profile is 'best'"},
         {"PictureResolution-InPicHeight", "0", "PictureResolution-InPicHeight is '0'"},
         {"InputControl-OutFrameRate", "-30", "InputControl-OutFrameRate is '-30'"},
         {"AudioControlParam-SampleRate", "48000", "AudioControlParam-SampleRate is '48000'"},
@@ -252,10 +253,13 @@ TEST(Encoder, FfmpegWritesWhatTheConfigurationAsksFor)
         soon([&] { return size() > 40'000 || !script.runs(); });
         EXPECT_GT(size(), 40'000u) << "no second of the recording has been written";
         end(script);
-        return probe(root.map("/mnt/custblk/") + name, "codec_name,width,height,r_frame_rate,sample_rate,channels");
+        return probe(root.map("/mnt/custblk/") + name,
+                     "codec_name,profile,width,height,r_frame_rate,sample_rate,channels");
     };
-    const std::string expected = "h264,320,180,25/1\naac,96000,1,0/0\n";
+    const std::string expected = "h264,Main,320,180,25/1\naac,LC,96000,1,0/0\n";
+    encoder.show_input(1, "720p50");
     EXPECT_EQ(record("q.mp4", [](Script& script) { EXPECT_EQ(script.stop("q"), 0); }), expected);
+    EXPECT_EQ(root.read("/run/encoder/caption"), "port 1  720p50\nq.mp4  %{pts:hms}\n");
     EXPECT_EQ(record("killed.mp4", [&](Script&) { EXPECT_TRUE(encoder.die()); }), expected);
     EXPECT_EQ(record("orphan.mp4",
                      [&](Script& script) {

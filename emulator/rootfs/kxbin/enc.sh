@@ -1,8 +1,8 @@
 #!/bin/bash
 # The box's encoder, stood in for on a PC: enc.sh CONFIG OUTPUT
 #
-# Writes OUTPUT (a path of the box) with the picture size, output frame rate, bit rate, sample rate and channels that
-# CONFIG asks for, until it reads 'q' or its standard input ends. AAC goes up to 96 kHz: a source above is written at
+# Writes OUTPUT (a path of the box) with the picture size, output frame rate, profile, bit rate, sample rate and channels
+# that CONFIG asks for, until it reads 'q' or its standard input ends. AAC goes up to 96 kHz: a source above is written at
 # half its rate; with a rate of 0 there is no audio clock and the file has no sound.
 #
 # Bash, because its read takes a single byte without another process: killing the encoder leaves nothing behind that
@@ -72,18 +72,36 @@ read_sample_rate() {
     esac
 }
 
+# What x264 uses decides which profile a player is told; its fastest preset leaves out what the higher ones are made of.
+read_profile() {
+    profile=${value[StreamControl-Profile]}
+    case $profile in
+    baseline) tools=cabac=0:8x8dct=0 ;;
+    main) tools=cabac=1:8x8dct=0 ;;
+    high) tools=cabac=1:8x8dct=1 ;;
+    *) refuse "$config: StreamControl-Profile is '$profile', not baseline, main or high" ;;
+    esac
+}
+
+# The picture tells what was recorded: a pattern of its own for each port, port and format of the source, the file's name
+# and the time in it.
 record_with_ffmpeg() {
-    local sound=(-an)
+    local port format pattern=testsrc caption=run/encoder/caption sound=(-an)
+    read -r port format <"$run/input"
+    [ "$port" = 1 ] && pattern=testsrc2
+    printf 'port %s  %s\n%s  %%{pts:hms}\n' "$port" "$format" "${output##*/}" >"$caption"
     if ((sample_rate > 0)); then
         sound=(-c:a aac -ar "$sample_rate" -ac "$channels" -b:a "$audio_rate")
     fi
-    # The pattern shows the running time. It is made small and enlarged, which costs half as much as making it large.
-    # Fragments of a second keep what was written when the power fails. Filler makes the bit rate what was asked for.
+    # The pattern is made small and enlarged, which costs half as much as making it large. Fragments of a second keep what
+    # was written when the power fails. Filler makes the bit rate what was asked for.
     setpriv --pdeathsig KILL ffmpeg -nostdin -hide_banner -loglevel error -y \
-        -re -f lavfi -i "testsrc=size=320x180:rate=$frame_rate,scale=$width:$height:flags=neighbor,format=yuv420p" \
+        -re -f lavfi -i "$pattern=size=320x180:rate=$frame_rate,scale=$width:$height:flags=neighbor,format=yuv420p,
+            drawtext=font=monospace:textfile=$caption:fontsize=max(8\,h/22):fontcolor=white:box=1:boxcolor=black:
+            boxborderw=8:x=(w-tw)/2:y=h-th-h/20" \
         -re -f lavfi -i "sine=frequency=1000:sample_rate=$((sample_rate > 0 ? sample_rate : 48000))" \
-        -c:v libx264 -preset ultrafast -g "$frame_rate" -b:v "$video_rate" -maxrate "$video_rate" \
-        -bufsize "$video_rate" -x264-params nal-hrd=cbr "${sound[@]}" \
+        -c:v libx264 -preset ultrafast -profile:v "$profile" -g "$frame_rate" -b:v "$video_rate" \
+        -maxrate "$video_rate" -bufsize "$video_rate" -x264-params "nal-hrd=cbr:$tools" "${sound[@]}" \
         -movflags +frag_keyframe+empty_moov+default_base_moof -flush_packets 1 -f mp4 "$output" </dev/null &
     writer=$!
 }
@@ -114,6 +132,7 @@ number RateControl-AvgBitRate 1000 200000000; video_rate=$number
 number AudioControlParam-BitRate 8000 512000; audio_rate=$number
 number AudioControlParam-ChNum 1 2; channels=$number
 read_sample_rate
+read_profile
 ((sample_rate == 0)) && audio_rate=0
 : 2>/dev/null >"$output" || refuse "cannot write $output"
 
