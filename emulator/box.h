@@ -65,6 +65,7 @@ public:
     EdidRom& edid_rom() { return edid_rom_; }
     NvramDevice& nvram() { return nvram_; }
     RootFs& root() { return root_; }
+    const RootFs& root() const { return root_; }
     Card& card() { return card_; }
     Encoder& encoder() { return encoder_; }
     CommandTable& commands() { return commands_; }

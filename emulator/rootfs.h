@@ -7,6 +7,7 @@
  */
 #pragma once
 
+#include "emulator/host_files.h"
 #include "emulator/paths.h"
 
 #include <string>
@@ -17,9 +18,10 @@ namespace emu {
 class RootFs {
 public:
     /**
-     * Take a folder as the root, filled from the template when it is empty or not there.
-     * Throws std::runtime_error when its name has characters that a shell would read, when it holds something else
-     * than a box's root, or when it cannot be made.
+     * Take a folder as the root, filled from the template when it is empty, not there, or was filled in part only. It
+     * is locked first and for as long as this object lives: nothing in it is touched while another box has it.
+     * Throws std::runtime_error that names the folder when its name has characters that a shell would read, when it
+     * holds something else than a box's root, when another box has it, or when it cannot be made or filled.
      */
     explicit RootFs(const std::string& root);
 
@@ -34,7 +36,10 @@ public:
     bool exists(std::string_view box_path) const;
     /** A file's bytes, empty when it cannot be read. */
     std::string read(std::string_view box_path) const;
-    /** Replace a file in one step, so that a script that reads it meanwhile sees the old or the new one. */
+    /**
+     * Replace a file in one step, so that a script that reads it meanwhile sees the old or the new one.
+     * @throw std::system_error with the errno, when the file stays as it was
+     */
     void write(std::string_view box_path, std::string_view text) const;
     /** Remove a file or a folder with all that is in it; nothing there is no error. */
     void remove(std::string_view box_path) const;
@@ -42,7 +47,12 @@ public:
     void make_empty(std::string_view box_path) const;
 
 private:
+    void take_name(const std::string& root);
+    void lock();
+    void fill() const;
+
     std::string root_;
+    Descriptor lock_;
 };
 
 } // namespace emu

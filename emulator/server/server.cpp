@@ -7,6 +7,7 @@
 #include <poll.h>
 #include <stdexcept>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -54,7 +55,11 @@ void Server::listen_at(const std::string& path)
     address.sun_family = AF_UNIX;
     if (path.size() >= sizeof address.sun_path) throw std::runtime_error("too long for a socket: " + path);
     std::memcpy(address.sun_path, path.data(), path.size());
-    ::unlink(path.c_str()); // left by a box that did not end well
+    struct stat there {};
+    if (::lstat(path.c_str(), &there) == 0) {
+        if (!S_ISSOCK(there.st_mode)) throw std::runtime_error("there is something else than a socket: " + path);
+        ::unlink(path.c_str()); // left by a box that did not end well
+    }
     listener_ = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
     if (listener_ < 0) throw failure("socket");
     if (::bind(listener_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
