@@ -3,6 +3,7 @@
 #include "emulator/commands.h"
 
 #include <algorithm>
+#include <cctype>
 
 namespace emu {
 
@@ -160,8 +161,13 @@ static std::string describe_port(const BoardController& board)
 
 static Reply key_command(BoardController& board, Args& args)
 {
+    std::vector<std::string> expected;
+    for (const Key& known : KEYS) expected.emplace_back(known.name);
+    expected.emplace_back("a code from 0 to 255");
     const std::string word = args.word("a key: record, stop, low, high, port0, port1, power or a code");
     const auto* key = std::find_if(std::begin(KEYS), std::end(KEYS), [&word](const Key& k) { return word == k.name; });
+    if (key == std::end(KEYS) && (word.empty() || std::isalpha(static_cast<unsigned char>(word[0])) != 0))
+        args.refuse_unknown(expected);
     const long long code = key != std::end(KEYS) ? key->code : args.as_number(word, 0, 255);
     args.end();
     board.press(static_cast<uint8_t>(code));

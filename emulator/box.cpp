@@ -58,6 +58,7 @@ void Box::add_commands()
     add_capture_commands(commands_, capture_);
     add_diagnostics_commands(commands_, capture_.diagnostics());
     add_i2c_commands(commands_, i2c_);
+    commands_.add_action("quit", "  switch the box off", [this] { switched_off_ = true; });
 }
 
 int Box::open(std::string_view path)

@@ -53,7 +53,9 @@ public:
     /** @} */
 
     /** Run one command line. */
-    Reply command(std::string_view line) { return commands_.run(line); }
+    Reply command(std::string_view line, const Caller& caller = {}) const { return commands_.run(line, caller); }
+    /** Whether "quit" was said; what goes on then is up to the owner. */
+    bool switched_off() const { return switched_off_; }
 
     Timeline& time() { return time_; }
     I2cBus& i2c() { return i2c_; }
@@ -95,6 +97,7 @@ private:
     NvramDevice nvram_;
     Card card_;
     Encoder encoder_;
+    bool switched_off_ = false;
     std::array<OpenNode, 64> open_nodes_{};
 };
 

@@ -341,12 +341,8 @@ static void add_memory_commands(CommandTable& commands, CaptureDiagnostics& diag
 void add_diagnostics_commands(CommandTable& commands, CaptureDiagnostics& diagnostics)
 {
     add_memory_commands(commands, diagnostics);
-    commands.add("codec error", "N   set the codec's error word", [&diagnostics](Args& args) {
-        const auto error = static_cast<int32_t>(args.number("an error number", INT32_MIN, INT32_MAX));
-        args.end();
-        diagnostics.set_codec_error(error);
-        return Reply{};
-    });
+    commands.add_number("codec error", "N   set the codec's error word", {"an error number", INT32_MIN, INT32_MAX},
+                        [&diagnostics](long long error) { diagnostics.set_codec_error(static_cast<int32_t>(error)); });
     commands.add_show("diagnostics", [&diagnostics] { return describe_diagnostics(diagnostics); });
 }
 

@@ -82,12 +82,8 @@ void add_capture_commands(CommandTable& commands, CaptureDriver& capture)
 {
     commands.add("video node", "N BUS INSTANCE TYPE [refuse ERRNO]   put a video node there",
                  [&capture](Args& args) { return node_command(capture, args); });
-    commands.add("video remove", "N   take a video node away", [&capture](Args& args) {
-        const int number = static_cast<int>(args.number("a node number", 0, 63));
-        args.end();
-        capture.remove_node(number);
-        return Reply{};
-    });
+    commands.add_number("video remove", "N   take a video node away", {"a node number", 0, 63},
+                        [&capture](long long node) { capture.remove_node(static_cast<int>(node)); });
 }
 
 } // namespace emu

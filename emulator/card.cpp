@@ -2,6 +2,7 @@
 
 #include "emulator/commands.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 
@@ -23,6 +24,9 @@ constexpr std::string_view STALE = "/run/card/stale";         // there while a m
 
 constexpr const char* SYSTEM_MOUNTS = "ubi0:rootfs / ubifs rw,relatime 0 0\nproc /proc proc rw,relatime 0 0\n"
                                       "sysfs /sys sysfs rw,relatime 0 0\ntmpfs /tmp tmpfs rw,relatime 0 0\n";
+
+/** vfat has no longer ones. */
+constexpr size_t LONGEST_NAME = 255;
 
 /** A partition begins 4 MiB into the card. */
 constexpr uint64_t PARTITION_START_KB = 4096;
@@ -147,25 +151,40 @@ void Card::set_busy(unsigned umounts)
         root_.write(BUSY, std::to_string(umounts) + "\n");
 }
 
-bool Card::valid_name(std::string_view name)
+const char* Card::wrong_name(std::string_view name)
 {
-    if (name.empty() || name.starts_with('/')) return false;
+    if (name.empty() || name.front() == '/' || name.back() == '/') return "is not a name on the card";
     for (const fs::path& part : fs::path(name))
-        if (part == "..") return false;
-    return true;
+        if (part == ".." || part == ".") return "is not a name on the card";
+    if (name.size() > LONGEST_NAME) return "has more than 255 letters";
+    const auto control = [](char c) { return static_cast<unsigned char>(c) < ' ' || c == 0x7F; };
+    return std::any_of(name.begin(), name.end(), control) ? "holds a control character" : nullptr;
+}
+
+/** The path of a file that is to be made, with the folders above it. */
+std::string Card::make_room(const std::string& name) const
+{
+    const fs::path top = folder();
+    fs::path at;
+    for (const fs::path& part : fs::path(name).parent_path()) {
+        at /= part;
+        if (fs::exists(top / at) && !fs::is_directory(top / at))
+            throw std::runtime_error("'" + at.string() + "' on the card is a file, not a folder");
+    }
+    fs::create_directories(top / at);
+    return (top / name).string();
 }
 
 void Card::write(const std::string& name, std::string_view text)
 {
-    const fs::path path = fs::path(folder()) / name;
-    fs::create_directories(path.parent_path());
-    std::ofstream(path, std::ios::binary) << text;
+    write_host_file(make_room(name), text);
 }
 
 void Card::put(const std::string& name, uint64_t size_kb)
 {
-    write(name, "");
-    fs::resize_file(fs::path(folder()) / name, size_kb * 1024);
+    const std::string path = make_room(name);
+    write_host_file(path, "");
+    fs::resize_file(path, size_kb * 1024);
 }
 
 std::string Card::read(const std::string& name) const
@@ -174,9 +193,9 @@ std::string Card::read(const std::string& name) const
     return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
-void Card::erase(const std::string& name)
+bool Card::erase(const std::string& name)
 {
-    fs::remove_all(fs::path(folder()) / name);
+    return fs::remove_all(fs::path(folder()) / name) > 0;
 }
 
 void Card::erase_all()
@@ -184,12 +203,19 @@ void Card::erase_all()
     for (const auto& entry : fs::directory_iterator(folder())) fs::remove_all(entry.path());
 }
 
+/** The scripts mount the card and the encoder removes files meanwhile: what goes while it is looked at is left out. */
 std::map<std::string, uint64_t> Card::files() const
 {
     std::map<std::string, uint64_t> sizes;
     const fs::path top = folder();
-    for (const auto& entry : fs::recursive_directory_iterator(top))
-        if (entry.is_regular_file()) sizes[entry.path().lexically_relative(top).string()] = entry.file_size();
+    std::error_code error;
+    for (auto entry = fs::recursive_directory_iterator(top, fs::directory_options::skip_permission_denied, error);
+         entry != fs::recursive_directory_iterator(); entry.increment(error)) {
+        std::error_code gone;
+        const bool regular = entry->is_regular_file(gone);
+        const uint64_t size = regular ? entry->file_size(gone) : 0;
+        if (regular && !gone) sizes[entry->path().lexically_relative(top).string()] = size;
+    }
     return sizes;
 }
 
@@ -220,7 +246,7 @@ static std::string describe_card(const Card& card)
 static std::string take_name(Args& args)
 {
     std::string name = args.word("a file name on the card");
-    if (!Card::valid_name(name)) args.refuse("is not a name on the card");
+    if (const char* wrong = Card::wrong_name(name); wrong != nullptr) args.refuse(wrong);
     return name;
 }
 
@@ -253,32 +279,17 @@ static void add_slot_commands(CommandTable& commands, Card& card)
 {
     commands.add("card insert", "[KB]   put the card into the slot, of this size",
                  [&card](Args& args) { return insert_command(card, args); });
-    commands.add("card remove", "  pull the card, mounted or not", [&card](Args& args) {
-        args.end();
-        card.remove();
-        return Reply{};
-    });
+    commands.add_action("card remove", "  pull the card, mounted or not", [&card] { card.remove(); });
     commands.add("card path", "  the folder of this machine that holds the card's files now", [&card](Args& args) {
         args.end();
         return Reply{true, card.folder() + "\n"};
     });
-    commands.add("card size", "KB   let the card have another size", [&card](Args& args) {
-        const long long size = args.number("a size in kB", 1, SIZE_LIMIT_KB);
-        args.end();
-        card.set_size_kb(static_cast<uint64_t>(size));
-        return Reply{};
-    });
-    commands.add("card protect", "on|off   move the card's lock slider", [&card](Args& args) {
-        const bool on = args.on_off();
-        args.end();
-        card.protect(on);
-        return Reply{};
-    });
-    commands.add("card read-only", "  the mounted file system finds an error and turns read-only", [&card](Args& args) {
-        args.end();
+    commands.add_number("card size", "KB   let the card have another size", {"a size in kB", 1, SIZE_LIMIT_KB},
+                        [&card](long long size) { card.set_size_kb(static_cast<uint64_t>(size)); });
+    commands.add_switch("card protect", "on|off   move the card's lock slider", [&card](bool on) { card.protect(on); });
+    commands.add_action("card read-only", "  the mounted file system finds an error and turns read-only", [&card] {
         if (!card.mounted()) throw NotNow("the card is not mounted");
         card.turn_read_only();
-        return Reply{};
     });
     commands.add("card busy", "N|on|off   refuse the next N umounts, or all",
                  [&card](Args& args) { return busy_command(card, args); });
@@ -302,7 +313,10 @@ static void add_file_commands(CommandTable& commands, Card& card)
     commands.add("card erase", "[FILE]   erase a file or folder, or all", [&card](Args& args) {
         const std::string name = args.more() ? take_name(args) : std::string();
         args.end();
-        name.empty() ? card.erase_all() : card.erase(name);
+        if (name.empty())
+            card.erase_all();
+        else if (!card.erase(name))
+            throw NotNow("'" + name + "' is not on the card");
         return Reply{};
     });
 }

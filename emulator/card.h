@@ -54,13 +54,17 @@ public:
 
     /** @name The files on the card, whether mounted, in a pocket or in the slot. Names are relative to it.
      * @{ */
-    /** @return whether a name stays on the card. */
-    static bool valid_name(std::string_view name);
-    /** Make a file of a size, its folders too. It has no data: on this machine it takes no room. */
+    /** @return why a text cannot be a name on the card, nullptr when it can */
+    static const char* wrong_name(std::string_view name);
+    /**
+     * Make a file of a size, its folders too. It has no data: on this machine it takes no room. What cannot be done
+     * here and below is a std::runtime_error whose text names the file.
+     */
     void put(const std::string& name, uint64_t size_kb);
     void write(const std::string& name, std::string_view text);
     std::string read(const std::string& name) const;
-    void erase(const std::string& name);
+    /** @return whether there was such a file or folder */
+    bool erase(const std::string& name);
     void erase_all();
     /** Sizes in bytes by name. */
     std::map<std::string, uint64_t> files() const;
@@ -74,6 +78,7 @@ private:
     void write_partitions();
     void bring_back();
     bool stale() const;
+    std::string make_room(const std::string& name) const;
     std::string mount_line() const;
 
     const RootFs& root_;

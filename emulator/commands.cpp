@@ -1,98 +1,19 @@
 #include "emulator/commands.h"
 
+#include "emulator/host_files.h"
+
 #include <algorithm>
-#include <cerrno>
-#include <cmath>
-#include <cstdlib>
+#include <cctype>
+#include <nlohmann/json.hpp>
 
 namespace emu {
 
-std::vector<std::string> split_words(std::string_view line)
-{
-    std::vector<std::string> words;
-    bool in_word = false, quoted = false;
-    for (char c : line) {
-        const bool blank = c == ' ' || c == '\t' || c == '\r' || c == '\n';
-        if (blank && !quoted) {
-            in_word = false;
-            continue;
-        }
-        if (!in_word) words.emplace_back();
-        in_word = true;
-        if (c == '"')
-            quoted = !quoted;
-        else
-            words.back() += c;
-    }
-    if (quoted) throw CommandError("a quote is not closed");
-    return words;
-}
-
-void Args::refuse(const std::string& why) const
-{
-    throw CommandError("word " + std::to_string(next_) + " '" + words_.at(next_ - 1) + "': " + why);
-}
-
-std::string Args::word(std::string_view what)
-{
-    if (!more()) throw CommandError("word " + std::to_string(next_ + 1) + " is missing: " + std::string(what));
-    return words_[next_++];
-}
-
-long long Args::as_number(const std::string& word, long long low, long long high) const
-{
-    errno = 0;
-    char* end = nullptr;
-    const long long value = std::strtoll(word.c_str(), &end, 0);
-    if (word.empty() || *end != '\0') refuse("is not a number");
-    if (errno != 0 || value < low || value > high)
-        refuse("is not between " + std::to_string(low) + " and " + std::to_string(high));
-    return value;
-}
-
-long long Args::number(std::string_view what, long long low, long long high)
-{
-    return as_number(word(what), low, high);
-}
-
-double Args::fraction(std::string_view what, double low, double high)
-{
-    const std::string text = word(what);
-    char* end = nullptr;
-    const double value = std::strtod(text.c_str(), &end);
-    if (text.empty() || *end != '\0' || !std::isfinite(value)) refuse("is not a number");
-    if (value < low || value > high) refuse("is not between " + std::to_string(low) + " and " + std::to_string(high));
-    return value;
-}
-
-std::string Args::choice(const std::vector<std::string>& allowed)
-{
-    std::string list;
-    for (const std::string& one : allowed) list += (list.empty() ? "" : ", ") + one;
-    std::string text = word(list);
-    if (std::find(allowed.begin(), allowed.end(), text) == allowed.end()) refuse("expected " + list);
-    return text;
-}
-
-bool Args::optional(std::string_view expected)
-{
-    if (peek() != expected) return false;
-    ++next_;
-    return true;
-}
-
-void Args::end() const
-{
-    if (more()) throw CommandError("word " + std::to_string(next_ + 1) + " '" + words_[next_] + "' is one too many");
-}
-
 CommandTable::CommandTable()
 {
-    add("help", "  list the commands", [this](Args& args) {
-        args.end();
-        return Reply{true, help()};
-    });
-    add("show", "[SECTION]   what a person would see; all sections, or one", [this](Args& args) { return show(args); });
+    add("help", "[COMMAND]   list the commands, or say what one does",
+        [this](Args& args) { return help_command(args); });
+    add("show", "[SECTION] [--json]   what a person would see; all sections, or one",
+        [this](Args& args) { return show(args); });
 }
 
 void CommandTable::add(const std::string& name, const std::string& usage, Handler handler)
@@ -100,49 +21,182 @@ void CommandTable::add(const std::string& name, const std::string& usage, Handle
     commands_[name] = {usage, std::move(handler)};
 }
 
+void CommandTable::add_action(const std::string& name, const std::string& usage, const std::function<void()>& action)
+{
+    add(name, usage, [action](Args& args) {
+        args.end();
+        action();
+        return Reply{};
+    });
+}
+
+void CommandTable::add_switch(const std::string& name, const std::string& usage,
+                              const std::function<void(bool)>& action)
+{
+    add(name, usage, [action](Args& args) {
+        const bool on = args.on_off();
+        args.end();
+        action(on);
+        return Reply{};
+    });
+}
+
+void CommandTable::add_number(const std::string& name, const std::string& usage, const Range& range,
+                              const std::function<void(long long)>& action)
+{
+    add(name, usage, [range, action](Args& args) {
+        const long long number = args.number(range.what, range.low, range.high);
+        args.end();
+        action(number);
+        return Reply{};
+    });
+}
+
 void CommandTable::add_show(const std::string& section, std::function<std::string()> text)
 {
-    sections_.emplace_back(section, std::move(text));
+    sections_.push_back({section, std::move(text)});
+}
+
+void CommandTable::add_facts(const std::string& section, std::function<Json()> facts)
+{
+    facts_[section] = std::move(facts);
+}
+
+Json CommandTable::facts(const std::string& section) const
+{
+    const auto found = facts_.find(section);
+    return found == facts_.end() ? Json() : found->second();
 }
 
 Reply CommandTable::show(Args& args) const
 {
-    if (!args.more()) {
-        std::string text;
-        for (const auto& [name, section] : sections_) text += "-- " + name + "\n" + section();
-        return {true, text};
-    }
     std::vector<std::string> names;
-    for (const auto& section : sections_) names.push_back(section.first);
-    const std::string wanted = args.choice(names);
+    for (const Section& section : sections_) names.push_back(section.name);
+    bool json = args.optional("--json");
+    const std::string wanted = args.more() ? args.choice(names) : std::string();
+    json = args.optional("--json") || json;
     args.end();
-    const auto found = std::find(names.begin(), names.end(), wanted);
-    return {true, sections_[static_cast<size_t>(found - names.begin())].second()};
+    std::string text;
+    Json all = Json::object();
+    for (const Section& section : sections_) {
+        if (!wanted.empty() && section.name != wanted) continue;
+        if (json)
+            all[section.name] = facts(section.name);
+        else
+            text += (wanted.empty() ? "-- " + section.name + "\n" : "") + section.text();
+    }
+    // A name on the card need not be UTF-8; what is not shows as a replacement character.
+    if (json) text = (wanted.empty() ? all : all[wanted]).dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+    return {true, text};
 }
 
-Reply CommandTable::run(std::string_view line) const
+Reply CommandTable::dispatch(std::vector<std::string> words, const std::string& line, const Caller& caller) const
 {
+    auto found = words.size() > 1 ? commands_.find(words[0] + " " + words[1]) : commands_.end();
+    const size_t taken = found != commands_.end() ? 2 : 1;
+    if (found == commands_.end()) found = commands_.find(words[0]);
+    if (found == commands_.end()) refuse_unknown(words);
+    Args args(std::move(words), taken, line, caller);
+    return found->second.handler(args);
+}
+
+Reply CommandTable::run(std::string_view line, const Caller& caller) const
+{
+    constexpr size_t quoted = 200; // letters of the line that an error repeats
+    while (!line.empty() && std::isspace(static_cast<unsigned char>(line.back())) != 0) line.remove_suffix(1);
+    const std::string place = std::string(line.substr(0, quoted)) + (line.size() > quoted ? "..." : "");
     try {
+        if (line.find('\0') != std::string_view::npos) throw CommandError("holds a byte 0");
         std::vector<std::string> words = split_words(line);
         if (words.empty() || words[0].starts_with("#")) return {};
-        auto found = words.size() > 1 ? commands_.find(words[0] + " " + words[1]) : commands_.end();
-        const size_t taken = found != commands_.end() ? 2 : 1;
-        if (found == commands_.end()) found = commands_.find(words[0]);
-        if (found == commands_.end()) throw CommandError("word 1 '" + words[0] + "': no such command; try help");
-        Args args(std::move(words), taken);
-        return found->second.handler(args);
+        return dispatch(std::move(words), place, caller);
     } catch (const NotNow& error) {
-        return {false, std::string(line) + ": " + error.what(), true};
-    } catch (const CommandError& error) {
-        return {false, std::string(line) + ": " + error.what()};
+        return {false, place + ": " + error.what(), Reply::Kind::NotNow};
+    } catch (const std::filesystem::filesystem_error& error) {
+        return {false, place + ": " + file_error(error)};
+    } catch (const std::exception& error) {
+        return {false, place + ": " + error.what()};
     }
 }
 
-std::string CommandTable::help() const
+std::vector<std::string> CommandTable::names() const
+{
+    std::vector<std::string> names;
+    for (const auto& [name, command] : commands_) names.push_back(name);
+    return names;
+}
+
+std::string CommandTable::help(const std::string& begin) const
 {
     std::string text;
-    for (const auto& [name, command] : commands_) text += name + " " + command.usage + "\n";
+    for (const auto& [name, command] : commands_)
+        if (begin.empty() || name == begin || name.starts_with(begin + " ")) text += name + " " + command.usage + "\n";
     return text;
+}
+
+Reply CommandTable::help_command(Args& args) const
+{
+    std::vector<std::string> words;
+    while (args.more()) words.push_back(args.word(""));
+    if (words.empty()) return {true, help()};
+    std::string text = words.size() > 1 ? help(words[0] + " " + words[1]) : std::string();
+    if (text.empty()) text = help(words[0]);
+    if (text.empty()) refuse_unknown({words[0]});
+    return {true, text};
+}
+
+/** The words of a usage that are typed as they stand; on each of its lines a description follows behind three blanks.
+ */
+static std::vector<std::string> literal_words(std::string_view usage)
+{
+    std::vector<std::string> words(1);
+    while (!usage.empty()) {
+        const std::string_view line = usage.substr(0, usage.find('\n'));
+        usage.remove_prefix(std::min(usage.size(), line.size() + 1));
+        const size_t from = std::min(line.size(), line.find_first_not_of(' '));
+        for (const char c : line.substr(from, line.find("   ", from) - from)) {
+            const bool part = std::islower(static_cast<unsigned char>(c)) != 0 || std::isdigit(c) != 0 || c == '-';
+            if (part)
+                words.back() += c;
+            else if (!words.back().empty())
+                words.emplace_back();
+        }
+        words.emplace_back();
+    }
+    return words;
+}
+
+std::string CommandTable::owner_of(const std::string& word) const
+{
+    std::string nearest;
+    for (const auto& [name, command] : commands_) {
+        const std::vector<std::string> words = literal_words(command.usage);
+        if (std::find(words.begin(), words.end(), word) != words.end()) return "'" + word + "' is part of " + name;
+        const std::string near = nearest_word(word, words);
+        if (nearest.empty() && !near.empty()) nearest = "'" + near + "' is part of " + name;
+    }
+    return nearest;
+}
+
+/** Say what there is instead, and where a word belongs that is part of another command. */
+void CommandTable::refuse_unknown(const std::vector<std::string>& words) const
+{
+    std::vector<std::string> first, second;
+    for (const auto& [name, command] : commands_) {
+        const size_t blank = name.find(' ');
+        if (first.empty() || first.back() != name.substr(0, blank)) first.push_back(name.substr(0, blank));
+        if (blank != std::string::npos && name.substr(0, blank) == words[0]) second.push_back(name.substr(blank + 1));
+    }
+    const Caller nobody;
+    Args args(words, second.empty() ? 0 : 1, {}, nobody);
+    if (!second.empty()) args.choice(second);
+    args.word("a command");
+    const std::string near = nearest_word(words[0], first), owner = near.empty() ? owner_of(words[0]) : "";
+    std::string hint = "there are";
+    for (const std::string& name : first) hint += (name == first.front() ? " " : ", ") + name;
+    if (!near.empty()) hint = "did you mean '" + near + "'?";
+    if (!owner.empty()) hint = owner + "; try help";
+    args.refuse("no such command; " + hint);
 }
 
 } // namespace emu

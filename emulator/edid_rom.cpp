@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <fstream>
 #include <iterator>
 #include <numeric>
 
@@ -106,14 +105,18 @@ static std::string describe_rom(const EdidRom& rom)
 
 static Reply load_command(EdidRom& rom, Args& args)
 {
-    const std::string name = args.word("a file");
-    std::ifstream file(name, std::ios::binary);
-    const std::vector<char> text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-    if (text.empty()) args.refuse("cannot be read or is empty");
-    if (text.size() > rom.bytes().size()) args.refuse("has more than 256 bytes");
+    const std::string file = args.file("a file"), text = args.read_file(file, rom.bytes().size());
+    if (text.empty()) args.refuse("is empty");
     args.end();
-    const std::vector<uint8_t> contents(text.begin(), text.end());
-    rom.load(contents);
+    rom.load({reinterpret_cast<const uint8_t*>(text.data()), text.size()});
+    return {};
+}
+
+static Reply save_command(const EdidRom& rom, Args& args)
+{
+    const std::string file = args.file("a file");
+    args.end();
+    args.write_file(file, {reinterpret_cast<const char*>(rom.bytes().data()), rom.bytes().size()});
     return {};
 }
 
@@ -122,20 +125,9 @@ void add_edid_rom_commands(CommandTable& commands, EdidRom& rom)
     commands.add("rom load", "FILE   put a file's bytes into the input's EDID ROM",
                  [&rom](Args& args) { return load_command(rom, args); });
     commands.add("rom save", "FILE   write the bytes of the input's EDID ROM to a file of this machine",
-                 [&rom](Args& args) {
-                     const std::string name = args.word("a file");
-                     args.end();
-                     std::ofstream file(name, std::ios::binary);
-                     for (const uint8_t byte : rom.bytes()) file.put(static_cast<char>(byte));
-                     if (!file.flush()) args.refuse("cannot be written");
-                     return Reply{};
-                 });
-    commands.add("rom fill", "BYTE   fill the input's EDID ROM", [&rom](Args& args) {
-        const auto value = static_cast<uint8_t>(args.number("a byte", 0, 255));
-        args.end();
-        rom.fill(value);
-        return Reply{};
-    });
+                 [&rom](Args& args) { return save_command(rom, args); });
+    commands.add_number("rom fill", "BYTE   fill the input's EDID ROM", {"a byte", 0, 255},
+                        [&rom](long long byte) { rom.fill(static_cast<uint8_t>(byte)); });
     commands.add_show("rom", [&rom] { return describe_rom(rom); });
 }
 

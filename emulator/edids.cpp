@@ -1,9 +1,9 @@
 #include "emulator/edids.h"
 
+#include "emulator/host_files.h"
+
 #include <algorithm>
 #include <cctype>
-#include <fstream>
-#include <iterator>
 
 namespace emu {
 
@@ -284,22 +284,32 @@ EdidImage parse_edid_file(const std::string& content)
     return checked_size(is_text(content) ? parse_hex(content) : EdidImage(content.begin(), content.end()));
 }
 
-EdidImage find_edid(const std::string& name_or_file)
+const ShippedEdid* find_shipped_edid(std::string_view name)
 {
     for (const ShippedEdid& edid : shipped_edids())
-        if (edid.name == name_or_file) return edid.image;
-    std::ifstream file(name_or_file, std::ios::binary);
-    const std::string content{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-    if (!file.is_open()) throw EdidError("is neither a display's name nor a file that can be read");
-    return parse_edid_file(content);
+        if (edid.name == name) return &edid;
+    return nullptr;
+}
+
+EdidImage read_edid_file(const std::string& file)
+{
+    constexpr size_t letters = 8; // of a text for a byte: "0x00, " and a share of the comments
+    try {
+        return parse_edid_file(read_host_file(file, letters * MOST_BLOCKS * EDID_BLOCK));
+    } catch (const HostFileError& error) {
+        throw EdidError(error.what());
+    }
+}
+
+EdidImage find_edid(const std::string& name_or_file)
+{
+    const ShippedEdid* shipped = find_shipped_edid(name_or_file);
+    return shipped != nullptr ? shipped->image : read_edid_file(name_or_file);
 }
 
 void save_edid(const EdidImage& image, const std::string& file)
 {
-    std::ofstream out(file, std::ios::binary | std::ios::trunc);
-    out.write(reinterpret_cast<const char*>(image.data()), static_cast<std::streamsize>(image.size()));
-    out.flush();
-    if (!out) throw EdidError(file + ": cannot be written");
+    write_host_file(file, {reinterpret_cast<const char*>(image.data()), image.size()});
 }
 
 } // namespace emu

@@ -9,6 +9,7 @@
 
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace emu {
@@ -20,7 +21,7 @@ struct ShippedEdid {
     EdidImage image;
 };
 
-/** A file that holds no EDID, or a name nobody knows; what() says why. */
+/** A file that cannot be read or holds no EDID; what() says why, without its name. */
 class EdidError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
@@ -36,10 +37,16 @@ const std::vector<ShippedEdid>& shipped_edids();
  */
 EdidImage parse_edid_file(const std::string& content);
 
+/** A shipped EDID by name, nullptr when there is none. */
+const ShippedEdid* find_shipped_edid(std::string_view name);
+
+/** Read a file as parse_edid_file() does. @throw EdidError also for what is no regular file, or too long */
+EdidImage read_edid_file(const std::string& file);
+
 /** A shipped EDID by name, else the file of that name. @throw EdidError */
 EdidImage find_edid(const std::string& name_or_file);
 
-/** Write an image as a binary file. @throw EdidError */
+/** Write an image as a binary file. Throws as write_host_file() does. */
 void save_edid(const EdidImage& image, const std::string& file);
 
 } // namespace emu

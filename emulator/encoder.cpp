@@ -215,55 +215,33 @@ std::string Encoder::describe() const
            std::to_string((time_.now() - now.start) / 1'000'000) + " s\n";
 }
 
-static Reply behaviour_command(Encoder& encoder, Args& args, void (Encoder::*change)())
+static Reply hang_command(Encoder& encoder, Args& args)
 {
+    const auto delay = args.more() ? args.number("milliseconds", 0, 86'400'000) : 300;
     args.end();
-    (encoder.*change)();
+    encoder.hang(static_cast<unsigned>(delay));
     return {};
-}
-
-static void add_behaviour_commands(CommandTable& commands, Encoder& encoder)
-{
-    commands.add("encoder refuse", "  end at once when started",
-                 [&encoder](Args& args) { return behaviour_command(encoder, args, &Encoder::refuse); });
-    commands.add("encoder go", "  go on when it hangs, and behave",
-                 [&encoder](Args& args) { return behaviour_command(encoder, args, &Encoder::behave); });
-    commands.add("encoder hang", "[MS]   after 'q', end only after so many milliseconds of the PC's time (300)",
-                 [&encoder](Args& args) {
-                     const auto delay = args.more() ? args.number("milliseconds", 0, 86'400'000) : 300;
-                     args.end();
-                     encoder.hang(static_cast<unsigned>(delay));
-                     return Reply{};
-                 });
 }
 
 void add_encoder_commands(CommandTable& commands, Encoder& encoder)
 {
-    add_behaviour_commands(commands, encoder);
-    commands.add("encoder ok", "  be there and behave", [&encoder](Args& args) {
-        args.end();
+    commands.add_action("encoder refuse", "  end at once when started", [&encoder] { encoder.refuse(); });
+    commands.add_action("encoder go", "  go on when it hangs, and behave", [&encoder] { encoder.behave(); });
+    commands.add("encoder hang", "[MS]   after 'q', end only after so many milliseconds of the PC's time (300)",
+                 [&encoder](Args& args) { return hang_command(encoder, args); });
+    commands.add_action("encoder ok", "  be there and behave", [&encoder] {
         encoder.set_missing(false);
         encoder.behave();
-        return Reply{};
     });
-    commands.add("encoder die", "  the encoder that runs dies", [&encoder](Args& args) {
-        args.end();
+    commands.add_action("encoder die", "  the encoder that runs dies", [&encoder] {
         if (!encoder.die()) throw NotNow("no encoder runs");
-        return Reply{};
     });
-    commands.add("encoder missing", "  the script is not there", [&encoder](Args& args) {
-        args.end();
-        encoder.set_missing(true);
-        return Reply{};
-    });
-    commands.add("encoder rate", "KBIT   bookkeeping only: let files grow at so many kbit/s; 0 as configured",
-                 [&encoder](Args& args) {
-                     const auto rate = args.number("kbit/s", 0, 100'000'000);
-                     args.end();
-                     encoder.catch_up();
-                     encoder.set_rate(static_cast<uint64_t>(rate));
-                     return Reply{};
-                 });
+    commands.add_action("encoder missing", "  the script is not there", [&encoder] { encoder.set_missing(true); });
+    commands.add_number("encoder rate", "KBIT   bookkeeping only: let files grow at so many kbit/s; 0 as configured",
+                        {"kbit/s", 0, 100'000'000}, [&encoder](long long rate) {
+                            encoder.catch_up();
+                            encoder.set_rate(static_cast<uint64_t>(rate));
+                        });
     commands.add_show("encoder", [&encoder] {
         encoder.catch_up();
         return encoder.describe();

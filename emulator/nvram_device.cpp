@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <system_error>
 
 namespace emu {
 
@@ -95,7 +96,11 @@ int NvramDevice::load_file(const char* record)
 
 int NvramDevice::commit()
 {
-    root_.write(FLASH_FILE, as_text(store_));
+    try {
+        root_.write(FLASH_FILE, as_text(store_));
+    } catch (const std::system_error& error) { // the flash is a file on this machine's disk, which may be full
+        return -error.code().value();
+    }
     ++commits_;
     return 0;
 }
@@ -201,19 +206,11 @@ void add_nvram_commands(CommandTable& commands, NvramDevice& nvram)
     commands.add("nvram flash", "NAME VALUE   put an entry into the device's flash", [&nvram](Args& args) {
         return entry_command(args, [&nvram](const auto& name, const auto& value) { nvram.set_flash(name, value); });
     });
-    commands.add("nvram missing", "on|off   take the device away", [&nvram](Args& args) {
-        const bool missing = args.on_off();
-        args.end();
-        nvram.set_present(!missing);
-        return Reply{};
-    });
+    commands.add_switch("nvram missing", "on|off   take the device away",
+                        [&nvram](bool missing) { nvram.set_present(!missing); });
     commands.add("nvram refuse", "get|set|empty|commit|load|load-file|list|all|none   refuse only these requests",
                  [&nvram](Args& args) { return refuse_command(nvram, args); });
-    commands.add("nvram power-cut", "  lose what was not committed", [&nvram](Args& args) {
-        args.end();
-        nvram.power_cut();
-        return Reply{};
-    });
+    commands.add_action("nvram power-cut", "  lose what was not committed", [&nvram] { nvram.power_cut(); });
     commands.add_show("nvram", [&nvram] { return describe_nvram(nvram); });
 }
 

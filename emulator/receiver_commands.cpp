@@ -2,7 +2,6 @@
 #include "emulator/receiver_chip.h"
 
 #include <cstdio>
-#include <cstdlib>
 
 namespace emu {
 
@@ -88,19 +87,11 @@ void add_receiver_commands(CommandTable& commands, ReceiverChip& receiver)
                  [&receiver](Args& args) { return error_command(receiver, args); });
     commands.add("receiver storm", "US|off   all interrupt status bits come again every so many microseconds",
                  [&receiver](Args& args) { return storm_command(receiver, args); });
-    commands.add("receiver revision", "N   revision the chip tells, 0 to 255", [&receiver](Args& args) {
-        const auto revision = static_cast<uint8_t>(args.number("a revision", 0, 255));
-        args.end();
-        receiver.set_revision(revision);
-        return Reply{};
-    });
-    commands.add("receiver lock-time", "MS   time from a picture to sync; 0: sync and measured at once",
-                 [&receiver](Args& args) {
-                     const auto time = static_cast<Micros>(args.number("milliseconds", 0, 60'000)) * 1000;
-                     args.end();
-                     receiver.set_lock_time(time);
-                     return Reply{};
-                 });
+    commands.add_number("receiver revision", "N   revision the chip tells, 0 to 255", {"a revision", 0, 255},
+                        [&receiver](long long revision) { receiver.set_revision(static_cast<uint8_t>(revision)); });
+    commands.add_number("receiver lock-time", "MS   time from a picture to sync; 0: sync and measured at once",
+                        {"milliseconds", 0, 60'000},
+                        [&receiver](long long ms) { receiver.set_lock_time(static_cast<Micros>(ms) * 1000); });
     commands.add_show("input", [&receiver] { return receiver.describe(); });
 }
 

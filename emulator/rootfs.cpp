@@ -6,8 +6,6 @@
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <stdexcept>
 #include <sys/file.h>
 #include <unistd.h>
@@ -24,6 +22,8 @@ constexpr const char* EMPTY_FOLDERS[] = {"dev",      "proc",        "mnt/sddisk"
 
 constexpr std::string_view LOCK = "/run/box.lock";         // held by the process of the box, whose number it holds
 constexpr std::string_view UNFINISHED = "/run/unfinished"; // there while the template is copied
+
+constexpr size_t READ_LIMIT = size_t{1} << 20;
 
 bool has_box(const fs::path& folder)
 {
@@ -96,8 +96,11 @@ bool RootFs::exists(std::string_view box_path) const
 
 std::string RootFs::read(std::string_view box_path) const
 {
-    std::ifstream file(map(box_path), std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    try {
+        return read_host_file(map(box_path), READ_LIMIT);
+    } catch (const HostFileError&) {
+        return {};
+    }
 }
 
 void RootFs::write(std::string_view box_path, std::string_view text) const

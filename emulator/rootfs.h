@@ -34,7 +34,7 @@ public:
 
     /** Whether a file or folder is there; the path is the box's, here and below. */
     bool exists(std::string_view box_path) const;
-    /** A file's bytes, empty when it cannot be read. */
+    /** A file's bytes, empty when it is none that can be read, or has more than 1 MiB. */
     std::string read(std::string_view box_path) const;
     /**
      * Replace a file in one step, so that a script that reads it meanwhile sees the old or the new one.

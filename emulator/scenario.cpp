@@ -1,10 +1,12 @@
 #include "emulator/scenario.h"
 
 #include "emulator/box.h"
+#include "emulator/host_files.h"
 
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
+#include <sstream>
 #include <stdexcept>
 
 namespace fs = std::filesystem;
@@ -51,6 +53,17 @@ Micros read_time(const std::string& word, const std::string& place, Micros earli
 
 } // namespace
 
+std::vector<ScenarioStep> load_scenario(const std::string& file)
+{
+    constexpr size_t limit = size_t{1} << 20;
+    try {
+        std::istringstream text(read_host_file(file, limit));
+        return read_scenario(text, file);
+    } catch (const HostFileError& error) {
+        throw std::runtime_error(file + ": " + error.what());
+    }
+}
+
 std::vector<ScenarioStep> read_scenario(std::istream& text, const std::string& file)
 {
     constexpr const char* blanks = " \t\r";
@@ -74,9 +87,10 @@ void check_scenario(const std::vector<ScenarioStep>& steps)
     const ScratchFolder folder;
     Box box({.root = folder.path() + "/root"});
     for (const ScenarioStep& step : steps) {
+        if (box.switched_off()) throw std::runtime_error(step.place + ": the box is off since \"quit\"");
         box.time().advance_to(step.time);
-        const Reply reply = box.command(step.command);
-        if (!reply.ok && !reply.not_now) throw std::runtime_error(step.place + ": " + reply.text);
+        const Reply reply = box.command(step.command, {.folder = {}, .rehearsal = true, .listener = nullptr});
+        if (!reply.ok && reply.kind != Reply::Kind::NotNow) throw std::runtime_error(step.place + ": " + reply.text);
     }
 }
 

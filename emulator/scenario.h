@@ -26,10 +26,13 @@ struct ScenarioStep {
 
 /** Read a scenario. Throws std::runtime_error whose text begins with the file and line of the fault. */
 std::vector<ScenarioStep> read_scenario(std::istream& text, const std::string& file);
+/** The same from a regular file of at most 1 MiB. */
+std::vector<ScenarioStep> load_scenario(const std::string& file);
 
 /**
  * Play a scenario on a fresh box to find commands that it refuses. A command that is refused only because nobody
- * records or has mounted the card passes. Takes some milliseconds. Throws as read_scenario() does.
+ * records or has mounted the card passes; files that it reads must be there, none is written. Takes some milliseconds.
+ * Throws as read_scenario() does.
  */
 void check_scenario(const std::vector<ScenarioStep>& steps);
 

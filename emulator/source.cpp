@@ -139,6 +139,7 @@ void Source::restart(Micros delay)
 void Source::plug(const Signal& signal)
 {
     unplug();
+    plugged_ = true;
     signal_ = signal;
     set_power(true);
 }
@@ -146,6 +147,7 @@ void Source::plug(const Signal& signal)
 void Source::unplug()
 {
     time_.cancel(drop_);
+    plugged_ = false;
     set_power(false);
     drops_left_ = 0;
     dropped_ = false;

@@ -106,6 +106,9 @@ public:
     void drop(unsigned times, Micros each);
     /** @} */
 
+    /** Whether a source is there, with its 5 V on or off. */
+    bool plugged() const { return plugged_; }
+
     /** @name The cable, as the sink sees it.
      * @{ */
     bool power() const { return powered_; }
@@ -133,7 +136,8 @@ private:
     Timeline::EventId start_{}, drop_{};
     Micros drop_each_ = 0;
     unsigned drops_left_ = 0;
-    bool powered_ = false, terminated_ = true, sync_ = true, started_ = false, dropped_ = false, sends_ = false;
+    bool plugged_ = false, powered_ = false, terminated_ = true, sync_ = true, started_ = false, dropped_ = false,
+         sends_ = false;
 };
 
 /** Add "source PORT ..." and "formats". */

@@ -2,6 +2,7 @@
 #include "emulator/source.h"
 
 #include <cctype>
+#include <utility>
 
 namespace emu {
 
@@ -158,6 +159,14 @@ bool take_setting(Args& args, Signal& signal)
     return false;
 }
 
+/** Refuse the next word as none of these and none of the settings. */
+[[noreturn]] void refuse_next(Args& args, std::vector<std::string> expected)
+{
+    for (const auto& setting : SETTINGS) expected.emplace_back(setting.word);
+    args.word("what the source is to do: plug, unplug, format, ...; try help source");
+    args.refuse_unknown(expected);
+}
+
 Reply plug(Source& source, Args& args)
 {
     Signal signal;
@@ -166,7 +175,7 @@ Reply plug(Source& source, Args& args)
     bool has_delay = false;
     while (args.more()) {
         if (take_setting(args, signal)) continue;
-        args.keyword("sync-delay");
+        if (!args.optional("sync-delay")) refuse_next(args, {"sync-delay"});
         delay = take_delay(args);
         has_delay = true;
     }
@@ -176,47 +185,79 @@ Reply plug(Source& source, Args& args)
     return {};
 }
 
-Reply change_format(Source& source, Args& args, bool own_timing)
+void change_format(Source& source, Args& args, bool own_timing)
 {
     Signal signal = source.signal();
     signal.format = own_timing ? take_timing(args) : take_format(args);
     const bool seamless = args.optional("seamless");
     args.end();
     source.change(signal, seamless);
-    return {};
 }
 
-Reply drop(Source& source, Args& args)
+void drop(Source& source, Args& args)
 {
     const auto times = static_cast<unsigned>(args.number("times", 1, 1'000'000));
     const auto each = args.more() ? static_cast<Micros>(args.number("milliseconds", 1, 3'600'000)) * 1000 : 50'000;
     args.end();
     source.drop(times, each);
-    return {};
 }
 
 template<typename Value, typename Apply>
-Reply apply(Args& args, Value value, Apply act)
+void apply(Args& args, Value value, Apply act)
 {
     args.end();
     act(value);
-    return {};
+}
+
+using Deed = void (*)(Source& source, Args& args);
+
+/** What a source that is plugged in does besides changing a setting. */
+constexpr struct {
+    std::string_view word;
+    Deed deed;
+} DEEDS[] = {
+    {"format", [](Source& source, Args& args) { change_format(source, args, false); }},
+    {"timing", [](Source& source, Args& args) { change_format(source, args, true); }},
+    {"drop", drop},
+    {"5v", [](Source& source, Args& args) { apply(args, args.on_off(), [&](bool on) { source.set_power(on); }); }},
+    {"sync", [](Source& source, Args& args) { apply(args, args.on_off(), [&](bool on) { source.set_sync(on); }); }},
+};
+
+void need_plugged(const Source& source)
+{
+    const std::string port = std::to_string(source.port());
+    if (!source.plugged())
+        throw CommandError("nothing is plugged into port " + port + "; try source " + port + " plug FORMAT");
+}
+
+/** What happens to a source that must be there for it. */
+void change(Source& source, Args& args)
+{
+    for (const auto& [word, deed] : DEEDS) {
+        if (!args.optional(word)) continue;
+        need_plugged(source);
+        return deed(source, args);
+    }
+    Signal signal = source.signal();
+    if (take_setting(args, signal)) {
+        need_plugged(source);
+        return apply(args, signal, [&](const Signal& s) { source.change(s); });
+    }
+    std::vector<std::string> expected = {"plug", "unplug", "sync-delay"};
+    for (const auto& row : DEEDS) expected.emplace_back(row.word);
+    refuse_next(args, std::move(expected));
 }
 
 Reply source_command(Source& source, Args& args)
 {
     if (args.optional("plug")) return plug(source, args);
-    if (args.optional("format")) return change_format(source, args, false);
-    if (args.optional("timing")) return change_format(source, args, true);
-    if (args.optional("drop")) return drop(source, args);
-    if (args.optional("unplug")) return apply(args, 0, [&](int) { source.unplug(); });
-    if (args.optional("5v")) return apply(args, args.on_off(), [&](bool on) { source.set_power(on); });
-    if (args.optional("sync")) return apply(args, args.on_off(), [&](bool on) { source.set_sync(on); });
-    if (args.optional("sync-delay")) return apply(args, take_delay(args), [&](Micros d) { source.set_start_delay(d); });
-    Signal signal = source.signal();
-    if (take_setting(args, signal)) return apply(args, signal, [&](const Signal& s) { source.change(s); });
-    args.word("what the source is to do");
-    args.refuse("a source cannot do that; see help");
+    if (args.optional("unplug"))
+        apply(args, 0, [&](int) { source.unplug(); });
+    else if (args.optional("sync-delay"))
+        apply(args, take_delay(args), [&](Micros delay) { source.set_start_delay(delay); });
+    else
+        change(source, args);
+    return {};
 }
 
 constexpr const char* SOURCE_USAGE =
@@ -238,7 +279,7 @@ constexpr const char* SOURCE_USAGE =
 void add_source_commands(CommandTable& commands, Source& port0, Source& port1)
 {
     commands.add("source", SOURCE_USAGE, [&port0, &port1](Args& args) {
-        const bool second = args.number("a port", 0, 1) == 1;
+        const bool second = args.number("a port, 0 or 1, and what happens there; try help source", 0, 1) == 1;
         return source_command(second ? port1 : port0, args);
     });
     commands.add("formats", "  list the formats a source can send", [](Args& args) {

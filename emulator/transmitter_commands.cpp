@@ -12,11 +12,13 @@ namespace {
 Display take_display(Args& args)
 {
     std::string name = args.word("a display's name or an EDID file; \"display list\" names them");
+    if (const ShippedEdid* shipped = find_shipped_edid(name); shipped != nullptr)
+        return {std::move(name), shipped->image};
     try {
-        EdidImage edid = find_edid(name);
+        EdidImage edid = read_edid_file(args.in_folder(name));
         return {std::move(name), std::move(edid)};
     } catch (const EdidError& error) {
-        args.refuse(error.what());
+        args.refuse(std::string("no display's name (try \"display list\"), and as a file it ") + error.what());
     }
 }
 
@@ -31,13 +33,9 @@ Reply plug_command(TransmitterChip& chip, Args& args)
 Reply save_command(Args& args)
 {
     const Display display = take_display(args);
-    const std::string file = args.word("a file to write");
+    const std::string file = args.file("a file to write");
     args.end();
-    try {
-        save_edid(display.edid(), file);
-    } catch (const EdidError& error) {
-        throw CommandError(error.what());
-    }
+    args.write_file(file, {reinterpret_cast<const char*>(display.edid().data()), display.edid().size()});
     return {true, file + ": " + std::to_string(display.edid().size()) + " bytes\n"};
 }
 
@@ -50,14 +48,6 @@ Reply list_command(Args& args)
         text += edid.good ? "\n" : " (broken on purpose)\n";
     }
     return {true, text};
-}
-
-Reply pulse_command(TransmitterChip& chip, Args& args)
-{
-    args.end();
-    if (!chip.display().plugged()) throw CommandError("nothing is plugged in");
-    chip.pulse_hot_plug();
-    return {};
 }
 
 DdcFault fault_named(const std::string& name)
@@ -79,14 +69,6 @@ Reply ddc_command(TransmitterChip& chip, Args& args)
         trouble.times = static_cast<uint64_t>(args.number("a number of transactions", 1, 1'000'000'000));
     args.end();
     chip.ddc().make_trouble(trouble);
-    return {};
-}
-
-Reply ddc_time_command(TransmitterChip& chip, Args& args)
-{
-    const auto time = static_cast<Micros>(args.number("microseconds for a one-byte read", 4, 10'000'000));
-    args.end();
-    chip.ddc().set_read_time(time);
     return {};
 }
 
@@ -139,19 +121,18 @@ void add_display_commands(CommandTable& commands, TransmitterChip& chip)
 {
     commands.add("display plug", "NAME|FILE   plug in a display of the list, or one with the EDID of a file",
                  [&chip](Args& args) { return plug_command(chip, args); });
-    commands.add("display unplug", "  unplug the display", [&chip](Args& args) {
-        args.end();
-        chip.unplug();
-        return Reply{};
-    });
+    commands.add_action("display unplug", "  unplug the display", [&chip] { chip.unplug(); });
     commands.add("display list", "  list the displays", list_command);
     commands.add("display save", "NAME|FILE FILE   write a display's EDID as a binary file", save_command);
-    commands.add("display hpd-pulse", "  hot-plug interrupt with the level unchanged",
-                 [&chip](Args& args) { return pulse_command(chip, args); });
+    commands.add_action("display hpd-pulse", "  hot-plug interrupt with the level unchanged", [&chip] {
+        if (!chip.display().plugged()) throw CommandError("nothing is plugged in");
+        chip.pulse_hot_plug();
+    });
     commands.add("display ddc", "ok | nack|arbitration|hang|never [at BYTE] [times N]   fail EDID reads from a byte on",
                  [&chip](Args& args) { return ddc_command(chip, args); });
-    commands.add("display ddc-time", "US   time that the read of one EDID byte takes on the wire",
-                 [&chip](Args& args) { return ddc_time_command(chip, args); });
+    commands.add_number("display ddc-time", "US   time that the read of one EDID byte takes on the wire",
+                        {"microseconds for a one-byte read", 4, 10'000'000},
+                        [&chip](long long us) { chip.ddc().set_read_time(static_cast<Micros>(us)); });
 }
 
 } // namespace

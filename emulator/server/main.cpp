@@ -9,7 +9,6 @@
 #include <csignal>
 #include <cstdio>
 #include <cstring>
-#include <fstream>
 #include <getopt.h>
 #include <stdexcept>
 #include <string>
@@ -68,11 +67,9 @@ bool read_options(int argc, char** argv, Options& options)
     return optind == argc;
 }
 
-std::vector<emu::ScenarioStep> load_scenario(const std::string& name)
+std::vector<emu::ScenarioStep> load_and_check(const std::string& name)
 {
-    std::ifstream file(name);
-    if (!file) throw std::runtime_error(name + ": cannot be read");
-    auto steps = emu::read_scenario(file, name);
+    auto steps = emu::load_scenario(name);
     emu::check_scenario(steps);
     return steps;
 }
@@ -90,11 +87,11 @@ int termination_fd()
 int be_the_box(const Options& options)
 {
     if (!options.check.empty()) {
-        load_scenario(options.check);
+        load_and_check(options.check);
         return DONE;
     }
     std::vector<emu::ScenarioStep> steps;
-    if (!options.scenario.empty()) steps = load_scenario(options.scenario);
+    if (!options.scenario.empty()) steps = load_and_check(options.scenario);
     emu::Box box({.root = options.root, .encoder = options.encoder});
     const std::string socket = options.socket.empty() ? box.root().path() + emu::SOCKET_IN_ROOT : options.socket;
     emu::Server server(box, socket);

@@ -31,11 +31,6 @@ std::runtime_error failure(const std::string& what)
 Server::Server(Box& box, std::string socket_path) : box_(box), socket_path_(std::move(socket_path))
 {
     listen_at(socket_path_);
-    box_.commands().add("quit", "  switch the box off", [this](Args& args) {
-        args.end();
-        quit_ = true;
-        return Reply{};
-    });
 }
 
 Server::~Server()
@@ -73,7 +68,7 @@ void Server::listen_at(const std::string& path)
 void Server::run(int stop_fd)
 {
     std::vector<pollfd> waits;
-    while (!quit_) {
+    while (!box_.switched_off()) {
         waits = {{stop_fd, POLLIN, 0}, {terminal_, POLLIN, 0}, {listener_, POLLIN, 0}};
         for (const Client& client : clients_)
             waits.push_back({client.socket, static_cast<short>(client.out.empty() ? POLLIN : POLLIN | POLLOUT), 0});
@@ -165,7 +160,14 @@ void Server::answer(Client& client, const Message& message)
     case Ask::Open: header.number = open_node(client, message); break;
     case Ask::Close: header.number = close_node(client, message.header.number); break;
     case Ask::Request:
-    case Ask::RequestValue: header.number = request(client, message, payload); break;
+    case Ask::RequestValue:
+        try {
+            header.number = request(client, message, payload);
+        } catch (const std::exception& error) {
+            std::fprintf(stderr, "boxemu: a request failed: %s\n", error.what());
+            header.number = -EIO;
+        }
+        break;
     case Ask::Command: {
         const Reply reply = box_.command(message.text());
         header.number = reply.ok ? 0 : -EINVAL;

@@ -57,7 +57,6 @@ private:
     int terminal_ = -1;
     std::string typed_; ///< the beginning of a line
     std::list<Client> clients_;
-    bool quit_ = false;
     std::chrono::steady_clock::time_point power_on_ = std::chrono::steady_clock::now();
 };
 

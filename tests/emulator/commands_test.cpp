@@ -1,6 +1,8 @@
 #include "tests/support/bench.h"
 
+#include <filesystem>
 #include <fstream>
+#include <sys/stat.h>
 
 namespace {
 
@@ -12,7 +14,18 @@ TEST(Commands, RefusedOnesNameTheirPlaceAndChangeNothing)
         const char *line, *place;
     } cases[] = {
         {"flurb", "word 1 'flurb': no such command"},
-        {"card", "word 1 'card': no such command"},
+        {"crad insert", "word 1 'crad': no such command; did you mean 'card'?"},
+        {"color rgb", "word 1 'color': no such command; 'colour' is part of source; try help"},
+        {"xyzzy", "word 1 'xyzzy': no such command; there are card, codec, display, encoder, "},
+        {"help xyzzy", "word 1 'xyzzy': no such command"},
+        {"card", "word 2 is missing: busy, erase, insert, path, "},
+        {"card inser", "word 2 'inser': did you mean 'insert'? expected busy, erase, "},
+        {"source", "word 2 is missing: a port, 0 or 1, and what happens there; try help source"},
+        {"source 0 color rgb", "word 3 'color': did you mean 'colour'? expected plug, unplug, sync-delay, format, "},
+        {"source 0 plug 1080p60 color rgb", "word 5 'color': did you mean 'colour'? expected sync-delay, hdmi, dvi, "},
+        {"source 1 mute on", "nothing is plugged into port 1; try source 1 plug FORMAT"},
+        {"source 1 5v on", "nothing is plugged into port 1"},
+        {"source 1 drop 3", "nothing is plugged into port 1"},
         {"card insert big", "word 3 'big': is not a number"},
         {"card insert 0", "word 3 '0': is not between 1 and "},
         {"card insert 1000 kB", "word 4 'kB' is one too many"},
@@ -21,17 +34,30 @@ TEST(Commands, RefusedOnesNameTheirPlaceAndChangeNothing)
         {"card put ../outside 1", "word 3 '../outside': is not a name on the card"},
         {"card put /etc/passwd 1", "word 3 '/etc/passwd': is not a name on the card"},
         {"card put a/../../b 1", "word 3 'a/../../b': is not a name on the card"},
+        {"card put . 1", "word 3 '.': is not a name on the card"},
+        {"card put file/b 1", "'file' on the card is a file, not a folder"},
+        {"card write folder text", "/card/folder: Is a directory"},
+        {"card put file 010x", "word 4 '010x': is not a number"},
+        {"card erase .", "word 3 '.': is not a name on the card"},
+        {"card erase ./", "word 3 './': is not a name on the card"},
+        {"card erase nothing", "'nothing' is not on the card"},
+        {"card write a \"b\\\"", "a quote is not closed"},
         {"card write a \"open", "a quote is not closed"},
         {"card busy 0", "word 3 '0': is not between 1"},
         {"card read-only", "the card is not mounted"},
         {"key", "word 2 is missing: a key: record"},
-        {"key recrod", "word 2 'recrod': is not a number"},
+        {"key recrod",
+         "word 2 'recrod': did you mean 'record'? expected record, stop, low, high, port0, port1, power, a"},
+        {"key 0x1g", "word 2 '0x1g': is not a number"},
         {"key 256", "word 2 '256': is not between 0 and 255"},
         {"nvram set A=B 1", "word 3 'A=B': cannot be a name"},
         {"nvram flash A", "word 4 is missing: a value"},
         {"nvram refuse everything", "word 3 'everything': expected none, get"},
         {"rom fill 0x100", "word 3 '0x100': is not between 0 and 255"},
-        {"rom load /nonexistent", "word 3 '/nonexistent': cannot be read"},
+        {"rom load /nonexistent", "word 3 '/nonexistent': cannot be read: No such file"},
+        {"rom load /", "word 3 '/': is a folder"},
+        {"rom load /dev/zero", "word 3 '/dev/zero': is no regular file"},
+        {"rom save /", "/: Is a directory"},
         {"memory stuck 32 high", "word 3 '32': is not between 0 and 31"},
         {"memory stuck 3", "word 4 is missing: high, low"},
         {"memory short 4 4", "word 4 '4': is the same line"},
@@ -43,6 +69,8 @@ TEST(Commands, RefusedOnesNameTheirPlaceAndChangeNothing)
         {"video node 64 0 0 0", "word 3 '64': is not between 0 and 63"},
     };
     emu::Box& box = bench::box();
+    bench::tell("card put file");
+    bench::tell("card put folder/file");
     const std::string before = bench::ask("show");
     for (const auto& c : cases) {
         SCOPED_TRACE(c.line);
@@ -54,6 +82,72 @@ TEST(Commands, RefusedOnesNameTheirPlaceAndChangeNothing)
     EXPECT_EQ(bench::ask("show"), before);
     EXPECT_TRUE(box.command("  # a remark").ok);
     EXPECT_TRUE(box.command("").ok);
+    const std::string long_name(300, 'x');
+    EXPECT_EQ(box.command("card put " + long_name).text.substr(200),
+              "...: word 3 '" + long_name + "': has more than 255 letters");
+    EXPECT_FALSE(box.command(std::string_view("key 21\0", 7)).ok);
+}
+
+// Catches: words that end the box, or stop it for good: files that never end or that nobody writes, names that the
+// file system refuses, numbers beyond every type.
+TEST(Commands, NothingThatIsTypedEndsTheBox)
+{
+    emu::Box& box = bench::box();
+    const std::string folder = box.root().path() + "/caller", fifo = folder + "/fifo";
+    std::filesystem::create_directories(folder + "/deep/er");
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    std::ofstream(folder + "/large") << std::string(300'000, 'x');
+    const std::vector<std::string> words = {"",
+                                            "\"\"",
+                                            "\" \"",
+                                            "-1",
+                                            "0",
+                                            "1",
+                                            "2",
+                                            "0x7fffffffffffffff",
+                                            "1e308",
+                                            "nan",
+                                            "on",
+                                            "off",
+                                            "all",
+                                            "every",
+                                            "tv",
+                                            "plug",
+                                            "timing",
+                                            "1080p60",
+                                            ".",
+                                            "..",
+                                            "deep",
+                                            "large",
+                                            "new",
+                                            "new/er",
+                                            fifo,
+                                            "/dev/zero",
+                                            "/dev/full",
+                                            "%s%n",
+                                            "\xff\xfe",
+                                            "--json",
+                                            std::string(300, 'n'),
+                                            "\"a\nb\\\"\""};
+    const emu::Caller caller{.folder = folder, .rehearsal = false, .listener = nullptr};
+    unsigned refused = 0;
+    for (const std::string& name : box.commands().names())
+        for (const std::string& first : words)
+            for (const std::string& second : words) {
+                const std::string line = name + " " + first + " " + second;
+                const emu::Reply reply = box.command(line, caller);
+                refused += !reply.ok;
+                EXPECT_TRUE(reply.ok || reply.text.size() > name.size() + 2) << line;
+                EXPECT_NE(reply.kind, emu::Reply::Kind::More) << "nobody listens to " << line;
+            }
+    EXPECT_GT(refused, 1000u);
+    EXPECT_FALSE(box.command(std::string(1 << 20, 'z') + " " + std::string(1 << 20, 'z')).ok);
+    bench::run_for(std::chrono::seconds(1));
+    bench::tell("source 0 plug 1080p60");
+    bench::tell("show");
+    EXPECT_TRUE(std::filesystem::exists(box.root().map("/card")));
+    EXPECT_FALSE(std::filesystem::exists(folder + "/../new")) << "files are where the caller is";
+    EXPECT_TRUE(std::filesystem::exists(folder + "/new"));
 }
 
 // Catches: an EDID ROM that the host reaches while a source has it, or that takes bytes without write access; a ROM

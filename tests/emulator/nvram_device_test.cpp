@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 
 namespace {
 
@@ -85,6 +86,10 @@ TEST(NvramDevice, HostileRecordsAndFilesDoNoHarm)
     EXPECT_EQ(nvram().request_value(GET, 1), -EFAULT);
     EXPECT_EQ(nvram().request(0xC0C04E01, &endless), -ENOTTY);
     EXPECT_EQ(nvram().store().size(), 2u);
+    std::snprintf(path, sizeof path, "/kxbin");
+    EXPECT_EQ(nvram().request(LOAD_FILE, path), 0) << "a folder has no entries";
+    std::filesystem::create_directories(bench::box().root().map("/flash/nvram.new"));
+    EXPECT_EQ(nvram().request_value(COMMIT, 1), -EISDIR) << "a disk that does not take it";
 }
 
 // Catches: a refusal that hits the wrong request or still does its work.

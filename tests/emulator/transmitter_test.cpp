@@ -455,13 +455,17 @@ TEST(Commands, AreRefusedWithTheWordThatIsWrongAndChangeNothing)
 {
     static constexpr struct {
         const char *line, *why;
-    } lines[] = {{"display plug nowhere.bin", "neither a display's name nor a file"},
+    } lines[] = {{"display plug nowhere.bin",
+                  "no display's name (try \"display list\"), and as a file it cannot be read: No such"},
                  {"display plug tv now", "one too many"},
                  {"display ddc slow", "expected ok, nack"},
                  {"display ddc nack at 40000", "between 0 and 32767"},
                  {"display ddc nack times 0", "between 1"},
                  {"display hpd-pulse", "nothing is plugged in"},
-                 {"display save tv /nowhere/tv.bin", "cannot be written"},
+                 {"display plug /", "and as a file it is a folder"},
+                 {"display plug /dev/zero", "and as a file it is no regular file"},
+                 {"display save tv /nowhere/tv.bin", "/nowhere/tv.bin: No such file or directory"},
+                 {"display save tv /dev/full", "/dev/full: is no regular file"},
                  {"transmitter status 4G", "hexadecimal"},
                  {"transmitter error", "overflow, ddc-fifo, bus-hang"}};
     Chip c;
