@@ -3,6 +3,7 @@
 #include "emulator/commands.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 
@@ -17,6 +18,7 @@ constexpr std::string_view MOUNT_POINT = "/mnt/sddisk";
 constexpr std::string_view FOLDER = "/card";
 constexpr std::string_view MOUNTS = "/proc/mounts";
 constexpr std::string_view PARTITIONS = "/proc/partitions";
+constexpr std::string_view SIZE = "/run/card-size"; // kept for the box's next start, in kB
 // Told to the mount scripts:
 constexpr std::string_view PROTECTED = "/run/card/protected"; // there while the slider is at LOCK
 constexpr std::string_view BUSY = "/run/card/busy";           // umounts still to refuse
@@ -37,9 +39,11 @@ Card::Card(const RootFs& root) : root_(root)
 {
     if (mounted() && !stale()) bring_back();
     root_.make_empty(MOUNT_POINT);
+    const bool was_protected = write_protected();
     root_.make_empty("/run/card");
-    root_.remove(DEVICE);
+    protect(was_protected);
     root_.write(MOUNTS, SYSTEM_MOUNTS);
+    if (const uint64_t size = std::strtoull(root_.read(SIZE).c_str(), nullptr, 10); size > 0) size_kb_ = size;
     write_partitions();
 }
 
@@ -65,7 +69,12 @@ void Card::insert()
 {
     if (present()) return;
     root_.write(DEVICE, "");
-    write_partitions();
+    try {
+        write_partitions();
+    } catch (...) { // this machine's disk is full: the card stays outside
+        root_.remove(DEVICE);
+        throw;
+    }
 }
 
 void Card::remove()
@@ -87,6 +96,7 @@ bool Card::present() const
 
 void Card::set_size_kb(uint64_t size_kb)
 {
+    root_.write(SIZE, std::to_string(size_kb) + "\n");
     size_kb_ = size_kb;
     write_partitions();
 }
@@ -201,6 +211,13 @@ bool Card::erase(const std::string& name)
 void Card::erase_all()
 {
     for (const auto& entry : fs::directory_iterator(folder())) fs::remove_all(entry.path());
+}
+
+std::optional<uint64_t> Card::size_of(const std::string& name) const
+{
+    std::error_code error;
+    const uint64_t size = fs::file_size(fs::path(folder()) / name, error);
+    return error ? std::nullopt : std::optional<uint64_t>(size);
 }
 
 /** The scripts mount the card and the encoder removes files meanwhile: what goes while it is looked at is left out. */

@@ -15,6 +15,7 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -26,7 +27,7 @@ class Card {
 public:
     static constexpr uint64_t DEFAULT_SIZE_KB = 31'166'976; ///< a "32 GB" card
 
-    /** At power-on the slot is empty and nothing is mounted; the card beside it keeps its files. */
+    /** At power-on nothing is mounted. The card is where it was, in the slot or beside it, with its size and slider. */
     explicit Card(const RootFs& root);
 
     /** Put the card into the slot, as large as it was. */
@@ -66,6 +67,8 @@ public:
     /** @return whether there was such a file or folder */
     bool erase(const std::string& name);
     void erase_all();
+    /** Size of a file in bytes, nothing when it is not there. */
+    std::optional<uint64_t> size_of(const std::string& name) const;
     /** Sizes in bytes by name. */
     std::map<std::string, uint64_t> files() const;
     uint64_t used_kb() const;

@@ -150,7 +150,18 @@ void Encoder::settle()
 void Encoder::catch_up()
 {
     read_log();
+    notice_death();
     grow();
+}
+
+/** A script that is killed says nothing, and what writes for it would go on for ever. */
+void Encoder::notice_death()
+{
+    if (!recording_ || runs(recording_->pid)) return;
+    read_log(); // it may have ended well since
+    if (!recording_) return;
+    if (recording_->writer > 0) ::kill(recording_->writer, SIGKILL);
+    recording_.reset();
 }
 
 bool Encoder::die()
@@ -203,10 +214,20 @@ void Encoder::lose_card()
     if (recording_ && recording_->writer > 0) ::kill(recording_->writer, SIGKILL);
 }
 
+bool Encoder::script_there() const
+{
+    return root_.exists(SCRIPT);
+}
+
+std::string Encoder::behaviour() const
+{
+    const std::string line = root_.read(BEHAVIOUR);
+    return line.substr(0, line.find('\n'));
+}
+
 std::string Encoder::describe() const
 {
-    const std::string behaviour = root_.read(BEHAVIOUR);
-    std::string text = root_.exists(SCRIPT) ? "behaviour: " + behaviour : "the script is missing\n";
+    std::string text = script_there() ? "behaviour: " + behaviour() + "\n" : "the script is missing\n";
     if (!recording_) return text + "idle, " + std::to_string(recordings_) + " recordings so far\n";
     const Recording& now = *recording_;
     return text + "writes " + now.file + ", " + std::to_string(now.width) + "x" + std::to_string(now.height) + " at " +

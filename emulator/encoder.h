@@ -49,7 +49,7 @@ public:
     bool starting() const { return starting_; }
     /** Wait until an expected script runs, has refused or has ended. Throws std::runtime_error after two minutes. */
     void settle();
-    /** Take note of scripts that started or ended, and let the file grow. */
+    /** Take note of scripts that started, ended or were killed, and let the file grow. */
     void catch_up();
 
     /** The recording that runs, as of the last catch_up() or settle(). */
@@ -74,12 +74,17 @@ public:
     /** The card leaves the slot: what is still to be written is lost. The script does not notice. */
     void lose_card();
 
+    /** Whether the script is there to be started. */
+    bool script_there() const;
+    /** How it is told to behave: "ok", "refuse", or "hang" and milliseconds. */
+    std::string behaviour() const;
     /** A line for people. */
     std::string describe() const;
 
 private:
     void read_log();
     void take_line(const std::string& line);
+    void notice_death();
     void grow();
 
     const RootFs& root_;

@@ -112,22 +112,30 @@ TEST(Card, FilesTakeTheRoomTheyAreLong)
     EXPECT_EQ(card().free_kb(), 1'000'000u);
 }
 
-// Catches: a box that comes up with yesterday's mount, or without the files that were on the card when it lost power.
-TEST(Card, PowerCutWhileMountedLosesNoFile)
+// Catches: a box that comes up with yesterday's mount, without the card in its slot, or without the files on it.
+TEST(Card, PowerCutWhileMountedLosesNeitherFilesNorTheCard)
 {
     const std::string folder = bench::box().root().path() + "/second";
     {
         const emu::RootFs root(folder);
         emu::Card first(root);
+        first.set_size_kb(200'000);
         first.insert();
         ASSERT_EQ(WEXITSTATUS(std::system(root.map_line(MOUNT).c_str())), 0);
         first.write("a.txt", "hello");
+        first.protect(true);
     }
-    const emu::RootFs root(folder);
-    emu::Card again(root);
-    EXPECT_FALSE(again.present());
-    EXPECT_FALSE(again.mounted());
-    EXPECT_EQ(again.read("a.txt"), "hello");
+    for (const bool in_slot : {true, false}) {
+        const emu::RootFs root(folder);
+        emu::Card again(root);
+        EXPECT_EQ(again.present(), in_slot);
+        EXPECT_FALSE(again.mounted());
+        EXPECT_TRUE(again.write_protected());
+        EXPECT_EQ(again.size_kb(), 200'000u);
+        EXPECT_EQ(again.read("a.txt"), "hello");
+        EXPECT_EQ(root.read("/proc/partitions").find("mmcblk0p1") != std::string::npos, in_slot);
+        again.remove();
+    }
 }
 
 } // namespace
