@@ -1,6 +1,8 @@
 #include "emulator/box.h"
 
+#include "emulator/facts.h"
 #include "emulator/paths.h"
+#include "emulator/waiting.h"
 
 #include <cerrno>
 #include <charconv>
@@ -58,6 +60,8 @@ void Box::add_commands()
     add_capture_commands(commands_, capture_);
     add_diagnostics_commands(commands_, capture_.diagnostics());
     add_i2c_commands(commands_, i2c_);
+    add_waiting_commands(commands_, *this);
+    add_box_facts(commands_, *this);
     commands_.add_action("quit", "  switch the box off", [this] { switched_off_ = true; });
 }
 

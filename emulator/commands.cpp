@@ -166,14 +166,18 @@ static std::vector<std::string> literal_words(std::string_view usage)
     return words;
 }
 
+/** Say to which command a word belongs, or the nearest one that belongs to any; empty when none is near. */
 std::string CommandTable::owner_of(const std::string& word) const
 {
+    const auto explain = [](const std::string& part, const std::string& name) {
+        return "'" + part + "' is part of " + name + "; try help " + name;
+    };
     std::string nearest;
     for (const auto& [name, command] : commands_) {
         const std::vector<std::string> words = literal_words(command.usage);
-        if (std::find(words.begin(), words.end(), word) != words.end()) return "'" + word + "' is part of " + name;
+        if (std::find(words.begin(), words.end(), word) != words.end()) return explain(word, name);
         const std::string near = nearest_word(word, words);
-        if (nearest.empty() && !near.empty()) nearest = "'" + near + "' is part of " + name;
+        if (nearest.empty() && !near.empty()) nearest = explain(near, name);
     }
     return nearest;
 }
@@ -195,7 +199,7 @@ void CommandTable::refuse_unknown(const std::vector<std::string>& words) const
     std::string hint = "there are";
     for (const std::string& name : first) hint += (name == first.front() ? " " : ", ") + name;
     if (!near.empty()) hint = "did you mean '" + near + "'?";
-    if (!owner.empty()) hint = owner + "; try help";
+    if (!owner.empty()) hint = owner;
     args.refuse("no such command; " + hint);
 }
 

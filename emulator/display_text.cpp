@@ -27,18 +27,6 @@ const char* name_of(OutputSignal signal)
     return "?";
 }
 
-const char* name_of(Picture picture)
-{
-    switch (picture) {
-    case Picture::NoSignal: return "none";
-    case Picture::Blanked: return "blanked";
-    case Picture::Frozen: return "none yet";
-    case Picture::WrongColours: return "wrong colours";
-    case Picture::Good: return "good";
-    }
-    return "?";
-}
-
 const char* name_of(AfeState state)
 {
     switch (state) {
@@ -105,6 +93,18 @@ std::string sound_text(const Sound& sound)
 
 } // namespace
 
+const char* picture_name(Picture picture)
+{
+    switch (picture) {
+    case Picture::NoSignal: return "none";
+    case Picture::Blanked: return "blanked";
+    case Picture::Frozen: return "none yet";
+    case Picture::WrongColours: return "wrong colours";
+    case Picture::Good: return "good";
+    }
+    return "?";
+}
+
 const char* colour_name(OutputColour colour)
 {
     switch (colour) {
@@ -122,7 +122,7 @@ std::string describe(const DisplayView& view)
     std::string text =
         line("display", view.name + (view.display.product.empty() ? "" : " \"" + view.display.product + "\""));
     text += line("signal", name_of(view.signal));
-    text += line("picture", name_of(view.picture) + (view.why.empty() ? "" : ": " + view.why));
+    text += line("picture", std::string(picture_name(view.picture)) + (view.why.empty() ? "" : ": " + view.why));
     text +=
         line("cable", format("%s, %u bits, from %s", colour_name(view.wire), view.depth_bits, colour_name(view.input)));
     text += line("converter", name_of(view.matrix));

@@ -110,6 +110,9 @@ DisplayView look(const Display& display, const TransmitterOutput& output);
 /** A colour format as people call it. */
 const char* colour_name(OutputColour colour);
 
+/** What a person sees, in a word or two. */
+const char* picture_name(Picture picture);
+
 /** The view as a person would describe it, several lines. */
 std::string describe(const DisplayView& view);
 

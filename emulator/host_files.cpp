@@ -35,13 +35,12 @@ int open_host_file(const std::string& name)
     return fd;
 }
 
-std::string read_host_file(const std::string& name, size_t limit)
+static std::string read_all(int fd, size_t limit)
 {
-    const Descriptor file(open_host_file(name));
     std::string bytes(limit + 1, '\0');
     size_t used = 0;
     while (used < bytes.size()) {
-        const ssize_t got = ::read(file.get(), bytes.data() + used, bytes.size() - used);
+        const ssize_t got = ::read(fd, bytes.data() + used, bytes.size() - used);
         if (got < 0 && errno == EINTR) continue;
         if (got < 0) throw HostFileError(std::string("cannot be read: ") + std::strerror(errno));
         if (got == 0) break;
@@ -50,6 +49,19 @@ std::string read_host_file(const std::string& name, size_t limit)
     if (used > limit) throw HostFileError("has more than " + std::to_string(limit) + " bytes");
     bytes.resize(used);
     return bytes;
+}
+
+std::string read_host_file(const std::string& name, size_t limit)
+{
+    const Descriptor file(open_host_file(name));
+    return read_all(file.get(), limit);
+}
+
+std::string read_host_stream(const std::string& name, size_t limit)
+{
+    const Descriptor file(::open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY));
+    if (!file) throw HostFileError(std::string("cannot be read: ") + std::strerror(errno));
+    return read_all(file.get(), limit);
 }
 
 void write_host_file(const std::string& name, std::string_view bytes)

@@ -43,6 +43,9 @@ int open_host_file(const std::string& name);
 /** Read a regular file of at most `limit` bytes. @throw HostFileError */
 std::string read_host_file(const std::string& name, size_t limit);
 
+/** The same with pipes and devices, for a program's own start: it waits until their other end is done. */
+std::string read_host_stream(const std::string& name, size_t limit);
+
 /**
  * Make a regular file of these bytes, or replace what is in it.
  * @throw std::system_error  what() begins with the file's name; a file that could not be written whole stays in part

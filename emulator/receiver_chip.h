@@ -14,6 +14,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace emu {
@@ -50,6 +51,17 @@ public:
      * @{ */
     int selected_port() const { return selected_; }
     bool in_sync() const { return locked_; }
+    /** A picture as the chip has measured it. */
+    struct Measured {
+        bool hdmi; ///< else DVI
+        unsigned width, height;
+        bool interlaced;
+        /** As in "HDMI 1920x1080p". */
+        std::string text() const;
+    };
+    /** The picture on the selected port, once its timing is stable. */
+    std::optional<Measured> measured() const;
+    bool mute_received() const { return (registers_[REG_MUTE] & MUTE_SET) != 0; }
     bool terminated(int port) const { return sources_.at(static_cast<size_t>(port))->terminated(); }
     /** The picture reaches the encoder: measured, output on, not blanked. */
     bool lets_video_out() const;

@@ -1,8 +1,6 @@
 #include "emulator/commands.h"
 #include "emulator/receiver_chip.h"
 
-#include <cstdio>
-
 namespace emu {
 
 /** A coefficient of the converter's matrix: 14 bits, two's complement, 11 of them behind the point. */
@@ -31,6 +29,19 @@ std::string ReceiverChip::conversion() const
     return {};
 }
 
+std::optional<ReceiverChip::Measured> ReceiverChip::measured() const
+{
+    if (!measured_) return std::nullopt;
+    const bool interlaced = (registers_[REG_TIMING] & 0x02) != 0;
+    const Format& f = signal()->format;
+    return Measured{hdmi_, f.h_active, interlaced ? f.v_active * 2u : f.v_active, interlaced};
+}
+
+std::string ReceiverChip::Measured::text() const
+{
+    return (hdmi ? "HDMI " : "DVI ") + std::to_string(width) + "x" + std::to_string(height) + (interlaced ? "i" : "p");
+}
+
 std::string ReceiverChip::describe() const
 {
     std::string text;
@@ -38,17 +49,11 @@ std::string ReceiverChip::describe() const
         text += "port " + std::to_string(source->port()) + ": " + source->describe() +
                 (source->terminated() ? "" : "; terminators off") + "\n";
     text += "receiver: " + (selected_ < 0 ? std::string("no port") : "port " + std::to_string(selected_)) + ", ";
-    if (measured_) {
-        const bool interlaced = (registers_[REG_TIMING] & 0x02) != 0;
-        const Format& f = signal()->format;
-        char line[80];
-        std::snprintf(line, sizeof line, "%s %ux%u%c", hdmi_ ? "HDMI" : "DVI", unsigned{f.h_active},
-                      interlaced ? f.v_active * 2u : unsigned{f.v_active}, interlaced ? 'i' : 'p');
-        text += line;
-    } else {
+    if (const auto picture = measured(); picture)
+        text += picture->text();
+    else
         text += locked_ ? "in sync, not measured yet" : "no sync";
-    }
-    text += (registers_[REG_MUTE] & MUTE_SET) != 0 ? ", AV mute received\n" : "\n";
+    text += mute_received() ? ", AV mute received\n" : "\n";
     text += std::string("picture ") + (lets_video_out() ? "let out" : "held back") + ", sound " +
             (lets_audio_out() ? "let out" : "held back") + ", conversion: " + conversion() + "\n";
     return text;

@@ -57,7 +57,7 @@ std::vector<ScenarioStep> load_scenario(const std::string& file)
 {
     constexpr size_t limit = size_t{1} << 20;
     try {
-        std::istringstream text(read_host_file(file, limit));
+        std::istringstream text(read_host_stream(file, limit));
         return read_scenario(text, file);
     } catch (const HostFileError& error) {
         throw std::runtime_error(file + ": " + error.what());
@@ -100,8 +100,11 @@ void schedule_scenario(Box& box, const std::vector<ScenarioStep>& steps,
     for (const ScenarioStep& step : steps) {
         const Micros delay = step.time > box.time().now() ? step.time - box.time().now() : 0;
         box.time().after(delay, [&box, step, answer] {
-            const Reply reply = box.command(step.command);
-            answer(reply.ok, reply.ok ? reply.text : step.place + ": " + reply.text);
+            const auto listener = std::make_shared<Listener>();
+            listener->take = [answer, place = step.place](const Reply& reply) {
+                answer(reply.ok, reply.ok ? reply.text : place + ": " + reply.text);
+            };
+            listener->take(box.command(step.command, {.folder = {}, .rehearsal = false, .listener = listener}));
         });
     }
 }

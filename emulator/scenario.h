@@ -26,7 +26,7 @@ struct ScenarioStep {
 
 /** Read a scenario. Throws std::runtime_error whose text begins with the file and line of the fault. */
 std::vector<ScenarioStep> read_scenario(std::istream& text, const std::string& file);
-/** The same from a regular file of at most 1 MiB. */
+/** The same from a file or pipe with at most 1 MiB. */
 std::vector<ScenarioStep> load_scenario(const std::string& file);
 
 /**
@@ -36,7 +36,10 @@ std::vector<ScenarioStep> load_scenario(const std::string& file);
  */
 void check_scenario(const std::vector<ScenarioStep>& steps);
 
-/** Have the steps happen on a box at their times; what it answers is handed to `answer`, a refusal with its place. */
+/**
+ * Have the steps happen on a box at their times; what it answers, then and later, is handed to `answer`, a refusal with
+ * its place. A step that waits holds up none of the others.
+ */
 void schedule_scenario(Box& box, const std::vector<ScenarioStep>& steps,
                        const std::function<void(bool ok, const std::string& text)>& answer);
 

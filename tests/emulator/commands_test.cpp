@@ -15,7 +15,7 @@ TEST(Commands, RefusedOnesNameTheirPlaceAndChangeNothing)
     } cases[] = {
         {"flurb", "word 1 'flurb': no such command"},
         {"crad insert", "word 1 'crad': no such command; did you mean 'card'?"},
-        {"color rgb", "word 1 'color': no such command; 'colour' is part of source; try help"},
+        {"color rgb", "word 1 'color': no such command; 'colour' is part of source; try help source"},
         {"xyzzy", "word 1 'xyzzy': no such command; there are card, codec, display, encoder, "},
         {"help xyzzy", "word 1 'xyzzy': no such command"},
         {"card", "word 2 is missing: busy, erase, insert, path, "},

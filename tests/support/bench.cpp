@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <fcntl.h>
 #include <filesystem>
+#include <memory>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -13,7 +14,12 @@ namespace bench {
 
 std::string ask(std::string_view line)
 {
-    const emu::Reply reply = box().command(line);
+    emu::Reply reply;
+    const auto listener = std::make_shared<emu::Listener>();
+    listener->take = [&reply](const emu::Reply& later) { reply = later; };
+    reply = box().command(line, {.folder = {}, .rehearsal = false, .listener = listener});
+    while (reply.kind == emu::Reply::Kind::More) run_for(10ms);
+    listener->take = nullptr;
     EXPECT_TRUE(reply.ok) << reply.text;
     return reply.text;
 }

@@ -23,7 +23,7 @@ inline emu::Box& box()
     return emu::inprocess_box();
 }
 
-/** Give the box one command; a refused one fails the test. */
+/** Give the box one command; a refused one fails the test. Time passes while one waits. */
 void tell(std::string_view line);
 
 /** Give the box one command and return what it answers. */
