@@ -1,9 +1,11 @@
 #include "emulator/protocol.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -12,10 +14,18 @@ namespace emu {
 bool plausible(const MessageHeader& header)
 {
     return header.magic == MessageHeader::MAGIC && header.size <= PAYLOAD_LIMIT && header.ask >= Ask::Root &&
-           header.ask <= Ask::Command;
+           header.ask <= Ask::Folder;
 }
 
-int connect_to_box(const std::string& socket_path)
+std::chrono::milliseconds default_patience()
+{
+    constexpr double usual = 10, longest = 86'400; // seconds
+    const char* chosen = std::getenv("CAPD_BOX_TIMEOUT");
+    const double seconds = chosen != nullptr ? std::strtod(chosen, nullptr) : usual;
+    return std::chrono::milliseconds(static_cast<long>(1000 * (seconds > 0 ? std::min(seconds, longest) : usual)));
+}
+
+int connect_to_box(const std::string& socket_path, std::chrono::milliseconds patience)
 {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
@@ -23,8 +33,13 @@ int connect_to_box(const std::string& socket_path)
     std::memcpy(address.sun_path, socket_path.data(), socket_path.size());
     const int socket = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     if (socket < 0) return -errno;
-    if (::connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) return socket;
-    const int error = errno;
+    // The sending limit holds for the connection, too: a box that hangs accepts nobody.
+    const auto ms = std::max<long>(static_cast<long>(patience.count()), 1);
+    const timeval limit = {.tv_sec = ms / 1000, .tv_usec = ms % 1000 * 1000};
+    const bool limited = ::setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit) == 0 &&
+                         ::setsockopt(socket, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit) == 0;
+    if (limited && ::connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) return socket;
+    const int error = errno == EAGAIN ? ETIMEDOUT : errno;
     ::close(socket);
     return -error;
 }
@@ -34,7 +49,10 @@ static bool send_bytes(int socket, std::span<const uint8_t> bytes)
     while (!bytes.empty()) {
         const ssize_t sent = ::send(socket, bytes.data(), bytes.size(), MSG_NOSIGNAL);
         if (sent < 0 && errno == EINTR) continue;
-        if (sent <= 0) return false;
+        if (sent <= 0) {
+            errno = errno == EAGAIN ? ETIMEDOUT : ECONNRESET;
+            return false;
+        }
         bytes = bytes.subspan(static_cast<size_t>(sent));
     }
     return true;
@@ -45,7 +63,10 @@ static bool receive_bytes(int socket, std::span<uint8_t> bytes)
     while (!bytes.empty()) {
         const ssize_t got = ::recv(socket, bytes.data(), bytes.size(), 0);
         if (got < 0 && errno == EINTR) continue;
-        if (got <= 0) return false;
+        if (got <= 0) {
+            errno = got < 0 && errno == EAGAIN ? ETIMEDOUT : ECONNRESET;
+            return false;
+        }
         bytes = bytes.subspan(static_cast<size_t>(got));
     }
     return true;
@@ -64,7 +85,10 @@ bool receive_message(int socket, Message& message)
     uint8_t bytes[sizeof message.header];
     if (!receive_bytes(socket, bytes)) return false;
     std::memcpy(&message.header, bytes, sizeof bytes);
-    if (!plausible(message.header)) return false;
+    if (!plausible(message.header)) {
+        errno = EPROTO;
+        return false;
+    }
     message.payload.resize(message.header.size);
     return receive_bytes(socket, message.payload);
 }

@@ -7,6 +7,8 @@
  */
 #pragma once
 
+#include <cerrno>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -18,13 +20,25 @@ namespace emu {
 
 /** What a client asks. The payload and the reply's payload are given behind each. */
 enum class Ask : uint16_t {
-    Root = 1,     ///< nothing; the path of the box's root folder
+    Root = 1,     ///< the name of the client's program; the path of the box's root folder
     Open,         ///< a device path; nothing, the reply's number is a handle
     Request,      ///< a record, of the size in the request code; the record, if the driver writes it
     RequestValue, ///< an int32_t; nothing
     Close,        ///< nothing; nothing
-    Command,      ///< a command line; what the box answers
+    Command,      ///< a command line; what the box answers, see command_result
+    Folder,       ///< a folder of this machine, where relative file names in this client's commands begin; nothing
 };
+
+/**
+ * Number of a reply to a command. After GoesOn another reply follows, at the latest after half a second, one without
+ * text where there is nothing to say; the client's next question waits for the last of them.
+ */
+namespace command_result {
+constexpr int32_t DONE = 0;
+constexpr int32_t GOES_ON = 1;
+constexpr int32_t REFUSED = -EINVAL;
+constexpr int32_t TOO_LATE = -ETIMEDOUT; ///< what the command waited for did not come
+} // namespace command_result
 
 struct MessageHeader {
     static constexpr uint16_t MAGIC = 0x5842;
@@ -71,13 +85,24 @@ struct Message {
     std::string_view text() const { return {reinterpret_cast<const char*>(payload.data()), payload.size()}; }
 };
 
-/** Connect to a box. @return a descriptor that children do not inherit, or a negative errno */
-int connect_to_box(const std::string& socket_path);
+/** How long a client waits for the other end before it gives up: $CAPD_BOX_TIMEOUT in seconds, else ten of them. */
+std::chrono::milliseconds default_patience();
+
+/**
+ * Connect to a box.
+ * @param patience  for this and, later, for each reply
+ * @return a descriptor that children do not inherit, or a negative errno
+ */
+int connect_to_box(const std::string& socket_path, std::chrono::milliseconds patience = default_patience());
 
 /** Send a message; its size is filled in. @return whether all of it went out */
 bool send_message(int socket, MessageHeader header, std::span<const uint8_t> payload);
 
-/** Receive a message. @return false when the other end is gone or makes no sense */
+/**
+ * Receive a message.
+ * @return false with errno ETIMEDOUT when nothing came in time, ECONNRESET when the other end is gone, EPROTO when it
+ *         makes no sense
+ */
 bool receive_message(int socket, Message& message);
 
 /** Where a box's socket is when nobody says otherwise: $CAPD_BOX, or in the default root. */

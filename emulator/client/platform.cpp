@@ -8,8 +8,8 @@
  */
 #include "platform/platform.h"
 
+#include "emulator/client/link.h"
 #include "emulator/paths.h"
-#include "emulator/protocol.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -17,7 +17,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
-#include <mutex>
 #include <pthread.h>
 #include <sys/msg.h>
 #include <sys/time.h>
@@ -26,65 +25,6 @@
 namespace emu {
 
 namespace {
-
-/** The connection of this process, made when it is first needed and again after the box went away. */
-class Link {
-public:
-    /** Ask the box. @return the reply's number, or a negative errno; -ENODEV when there is no box */
-    int ask(MessageHeader header, std::span<const uint8_t> payload, Message& reply)
-    {
-        const std::lock_guard guard(lock_);
-        if (!connect()) return -ENODEV;
-        return exchange(header, payload, reply) ? reply.header.number : -ENODEV;
-    }
-
-    /** The box's root folder, empty when there is no box. */
-    std::string root()
-    {
-        const std::lock_guard guard(lock_);
-        if (root_.empty()) connect();
-        return root_;
-    }
-
-private:
-    bool exchange(const MessageHeader& header, std::span<const uint8_t> payload, Message& reply)
-    {
-        if (send_message(socket_, header, payload) && receive_message(socket_, reply)) return true;
-        ::close(socket_);
-        socket_ = -1;
-        complain("the box is gone", ECONNRESET);
-        return false;
-    }
-
-    bool connect()
-    {
-        if (socket_ >= 0) return true;
-        const std::string path = default_socket();
-        const int result = connect_to_box(path);
-        if (result < 0) {
-            complain("no box at " + path, -result);
-            return false;
-        }
-        socket_ = result;
-        Message reply;
-        if (!exchange({.ask = Ask::Root}, {}, reply)) return false;
-        root_ = reply.text();
-        complained_ = false;
-        return true;
-    }
-
-    /** Once per outage. */
-    void complain(const std::string& what, int error)
-    {
-        if (!complained_) std::fprintf(stderr, "%s: %s\n", what.c_str(), std::strerror(error));
-        complained_ = true;
-    }
-
-    std::mutex lock_;
-    int socket_ = -1;
-    bool complained_ = false;
-    std::string root_;
-};
 
 /** Never destroyed: the daemon's LED thread may be inside when the process exits. */
 Link& box()
@@ -115,7 +55,7 @@ int dma_request(int fd, uint32_t request, void* record)
     std::memcpy(payload.data(), &dma, 8);
     if (!reads && dma.size > 0) std::memcpy(payload.data() + 8, dma.buffer, dma.size);
     Message reply;
-    const int result = box().ask({.ask = Ask::Request, .number = fd, .code = request}, payload, reply);
+    const int result = box().request(fd, Ask::Request, request, payload, reply);
     if (result >= 0 && reads)
         std::copy_n(reply.payload.begin(), std::min<size_t>(reply.payload.size(), dma.size), dma.buffer);
     return result;
@@ -126,7 +66,7 @@ int record_request(int fd, uint32_t request, void* record)
     auto* bytes = static_cast<uint8_t*>(record);
     const size_t size = record_size(request);
     Message reply;
-    const int result = box().ask({.ask = Ask::Request, .number = fd, .code = request}, {bytes, size}, reply);
+    const int result = box().request(fd, Ask::Request, request, {bytes, size}, reply);
     if (driver_writes(request)) std::copy_n(reply.payload.begin(), std::min(reply.payload.size(), size), bytes);
     return result;
 }
@@ -139,9 +79,7 @@ namespace capd::platform {
 
 int device_open(const char* path)
 {
-    emu::Message reply;
-    const int handle = emu::box().ask({.ask = emu::Ask::Open}, emu::as_bytes(path), reply);
-    return emu::as_ioctl(handle == -ENODEV ? -ENOENT : handle);
+    return emu::as_ioctl(emu::box().open(path));
 }
 
 int device_request(int fd, uint32_t request, void* record)
@@ -155,19 +93,17 @@ int device_request_value(int fd, uint32_t request, int value)
     uint8_t payload[sizeof value];
     std::memcpy(payload, &value, sizeof value);
     emu::Message reply;
-    return emu::as_ioctl(
-        emu::box().ask({.ask = emu::Ask::RequestValue, .number = fd, .code = request}, payload, reply));
+    return emu::as_ioctl(emu::box().request(fd, emu::Ask::RequestValue, request, payload, reply));
 }
 
 void device_close(int fd)
 {
-    emu::Message reply;
-    emu::box().ask({.ask = emu::Ask::Close, .number = fd}, {}, reply);
+    emu::box().close(fd);
 }
 
 int run_shell(const char* line)
 {
-    const std::string root = emu::box().root();
+    const std::string root = emu::box().root_of_live_box();
     if (root.empty()) return -1;
     return std::system(emu::map_shell_line(root, line).c_str());
 }
@@ -175,7 +111,7 @@ int run_shell(const char* line)
 bool read_shell_line(const char* line, char* buffer, size_t size)
 {
     buffer[0] = '\0';
-    const std::string root = emu::box().root();
+    const std::string root = emu::box().root_of_live_box();
     if (root.empty()) return false;
     FILE* pipe = popen(emu::map_shell_line(root, line).c_str(), "re");
     if (pipe == nullptr) return false;

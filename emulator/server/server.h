@@ -6,10 +6,12 @@
 #pragma once
 
 #include "emulator/box.h"
-#include "emulator/protocol.h"
+#include "emulator/server/console.h"
+#include "emulator/server/session.h"
 
 #include <chrono>
 #include <list>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -23,41 +25,34 @@ public:
     Server(const Server&) = delete;
     Server& operator=(const Server&) = delete;
 
-    /** Take commands from a descriptor too, a line each; its end is no reason to stop. */
-    void read_commands(int fd) { terminal_ = fd; }
+    /** Take commands from there too, a line each; its end is no reason to stop. */
+    void read_commands(std::unique_ptr<LineInput> input);
+    /** Print something where the commands' answers are printed. */
+    void print(std::string_view text);
 
     /** Work until "quit", or until something can be read from a descriptor (-1: none). */
     void run(int stop_fd);
 
 private:
-    struct Client {
-        int socket;
-        std::vector<uint8_t> in, out; ///< bytes not yet understood, and not yet sent
-        std::vector<int> handles;     ///< open nodes of the box that are this client's
-        bool gone = false;
-    };
-
     void listen_at(const std::string& path);
     void follow_clock();
     int patience() const;
     void accept_client();
-    void read_from(Client& client);
-    void write_to(Client& client);
-    void answer(Client& client, const Message& message);
-    int32_t open_node(Client& client, const Message& message);
-    int32_t close_node(Client& client, int handle);
-    int32_t request(Client& client, const Message& message, std::vector<uint8_t>& reply);
-    int32_t dma_request(const Message& message, std::vector<uint8_t>& reply);
-    void forget(Client& client);
-    void read_terminal();
+    bool accepts() const;
+    void forget_gone();
+    void look_for_second_daemon();
+    size_t daemons() const;
+    std::string describe_clients() const;
+    Json client_facts() const;
 
     Box& box_;
     std::string socket_path_;
     int listener_ = -1;
-    int terminal_ = -1;
-    std::string typed_; ///< the beginning of a line
-    std::list<Client> clients_;
+    std::unique_ptr<Console> console_;
+    std::list<Session> clients_;
     std::chrono::steady_clock::time_point power_on_ = std::chrono::steady_clock::now();
+    std::chrono::steady_clock::time_point accept_again_{}; ///< there are no descriptors for another client before
+    bool full_ = false, crowded_ = false; ///< said that there are no descriptors, or more daemons than one
 };
 
 } // namespace emu

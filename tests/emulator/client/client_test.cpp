@@ -4,6 +4,9 @@
 #include <atomic>
 #include <cstdio>
 #include <cstring>
+#include <memory>
+#include <sys/socket.h>
+#include <sys/un.h>
 
 namespace {
 
@@ -95,6 +98,80 @@ TEST(Client, ShellLinesAndPathsStayInTheBox)
     EXPECT_STREQ(line, "31166976\n");
     EXPECT_NE(tell(box.socket(), "show card").text().find(", mounted"), std::string_view::npos);
     EXPECT_LT(tell(box.socket(), "card insret").header.number, 0);
+}
+
+/** How often a text stands in another one. */
+size_t count(std::string_view text, std::string_view wanted)
+{
+    size_t found = 0;
+    for (size_t at = text.find(wanted); at != std::string_view::npos; at = text.find(wanted, at + 1)) ++found;
+    return found;
+}
+
+// Catches: programs that fill processor and log while their box is gone, and handles that stay stale when it is back.
+TEST(Client, OutlivesItsBoxAndFindsItAgain)
+{
+    const Scratch scratch;
+    auto box = std::make_unique<RunningBox>(scratch.path());
+    const std::string socket = box->socket();
+    setenv("CAPD_BOX", socket.c_str(), 1);
+    const int video = platform::device_open("/dev/video2"), nvram = platform::device_open("/dev/qvnvram");
+    char entry[192] = "NAME";
+    uint32_t reg[2] = {0x20, 7};
+    EXPECT_EQ(platform::device_request(nvram, 0x40C04E01, entry), 0);
+    EXPECT_EQ(platform::device_request(video, 0x40084406, reg), 0);
+
+    testing::internal::CaptureStderr();
+    box.reset();
+    const auto gone = std::chrono::steady_clock::now();
+    char path[platform::PATH_SIZE];
+    for (int i = 0; i < 8; ++i) { // the pauses between them: 0, 0, 10, 20, 40, 80, 160, 320 ms
+        EXPECT_EQ(platform::device_request(video, 0x40084406, reg), -1);
+        EXPECT_EQ(errno, ENODEV);
+        EXPECT_EQ(platform::device_open("/dev/video2"), -1);
+        EXPECT_STREQ(platform::map_path("/mnt", path), "/nonexistent/mnt");
+    }
+    EXPECT_GE(std::chrono::steady_clock::now() - gone, std::chrono::milliseconds(600));
+    EXPECT_EQ(platform::run_shell("exit 3"), -1);
+
+    box = std::make_unique<RunningBox>(scratch.path());
+    EXPECT_EQ(platform::device_request(nvram, 0xC0C04E00, entry), -1);
+    EXPECT_EQ(errno, ENOENT) << "a box that was switched off has lost what was not committed";
+    EXPECT_EQ(platform::device_request(video, 0x40084406, reg), 0);
+    EXPECT_EQ(platform::run_shell("exit 3"), 3 << 8);
+    tell(socket, "nvram missing on");
+    EXPECT_EQ(platform::device_request(nvram, 0xC0C04E00, entry), -1) << "the node is open, so it stays so";
+
+    box.reset();
+    box = std::make_unique<RunningBox>(scratch.path());
+    EXPECT_EQ(platform::run_shell("exit 3"), 3 << 8) << "the loss is noticed before the line is run";
+    EXPECT_EQ(platform::device_request(video, 0x40084406, reg), 0);
+    const std::string said = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(count(said, "the box is gone: "), 2u) << said;
+    EXPECT_EQ(count(said, "the box is back at " + socket + "\n"), 2u) << said;
+    EXPECT_EQ(count(said, "\n"), 4u) << said;
+}
+
+// Catches: tools that hang with a box that does, for each node that they try.
+TEST(Client, GivesUpOnABoxThatDoesNotAnswer)
+{
+    const Scratch scratch;
+    const std::string path = scratch.path() + "/silent";
+    const int silent = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    path.copy(address.sun_path, sizeof address.sun_path - 1);
+    ASSERT_EQ(bind(silent, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    ASSERT_EQ(listen(silent, 16), 0);
+    setenv("CAPD_BOX", path.c_str(), 1);
+    setenv("CAPD_BOX_TIMEOUT", "0.05", 1);
+    testing::internal::CaptureStderr();
+    for (int node = 0; node < 64; ++node) {
+        EXPECT_EQ(platform::device_open("/dev/video2"), -1);
+        EXPECT_EQ(errno, ENOENT);
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "the box does not answer: Connection timed out\n");
+    close(silent);
 }
 
 } // namespace

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <fstream>
 #include <sys/socket.h>
+#include <utility>
 
 namespace {
 
@@ -86,6 +87,97 @@ TEST(Server, BadMessagesCostOnlyTheirConnection)
     EXPECT_THROW(emu::Server(second, box.socket()), std::runtime_error) << "one box at a time has the socket";
 }
 
+/** A client that asks one thing after the other over one connection. */
+class Asker {
+public:
+    explicit Asker(const std::string& socket) : socket_(emu::connect_to_box(socket)) { EXPECT_GE(socket_, 0); }
+    ~Asker() { close(socket_); }
+    Asker(const Asker&) = delete;
+    Asker& operator=(const Asker&) = delete;
+
+    void send(emu::Ask ask, std::string_view payload)
+    {
+        EXPECT_TRUE(emu::send_message(socket_, {.ask = ask}, emu::as_bytes(payload)));
+    }
+    const emu::Message& receive()
+    {
+        EXPECT_TRUE(emu::receive_message(socket_, reply_));
+        return reply_;
+    }
+    /** Receive the last answer to a question. */
+    const emu::Message& receive_last()
+    {
+        while (receive().header.number == emu::command_result::GOES_ON) {}
+        return reply_;
+    }
+    int32_t ask(emu::Ask ask, std::string_view payload)
+    {
+        send(ask, payload);
+        return receive().header.number;
+    }
+
+private:
+    int socket_;
+    emu::Message reply_;
+};
+
+// Catches: files that are looked for where the box was started instead of where its user is.
+TEST(Server, LooksForFilesInTheFolderOfTheCaller)
+{
+    const BoxServer box;
+    const Scratch here;
+    std::ofstream(here.path() + "/rom.bin") << std::string(256, 'r');
+    Asker caller(box.socket());
+    EXPECT_EQ(caller.ask(emu::Ask::Folder, here.path()), 0);
+    EXPECT_EQ(caller.ask(emu::Ask::Command, "rom load rom.bin"), 0);
+    EXPECT_EQ(caller.ask(emu::Ask::Command, "rom save \"sa ved\""), 0);
+    EXPECT_EQ(std::filesystem::file_size(here.path() + "/sa ved"), 256u);
+    EXPECT_EQ(caller.ask(emu::Ask::Command, "display save tv tv.bin"), 0);
+    EXPECT_EQ(caller.ask(emu::Ask::Command, "display plug tv.bin"), 0);
+    EXPECT_EQ(tell(box.socket(), "rom load rom.bin").header.number, -EINVAL) << "another caller, another folder";
+}
+
+// Catches: a wait that keeps others from the box, answers that overtake each other, and a client's wait that outlives
+// it.
+TEST(Server, AWaitHoldsUpNobodyElse)
+{
+    const BoxServer box;
+    Asker waiting(box.socket()), watching(box.socket());
+    EXPECT_EQ(watching.ask(emu::Ask::Command, "watch"), emu::command_result::GOES_ON);
+    waiting.send(emu::Ask::Command, "wait card mounted 0.2");
+    waiting.send(emu::Ask::Command, "wait input stable 60");
+    waiting.send(emu::Ask::Command, "show port");
+    EXPECT_EQ(waiting.receive().header.number, emu::command_result::GOES_ON);
+    EXPECT_EQ(tell(box.socket(), "source 0 plug 1080p60").header.number, 0);
+    EXPECT_EQ(waiting.receive_last().header.number, emu::command_result::TOO_LATE);
+    EXPECT_EQ(waiting.receive_last().header.number, emu::command_result::DONE);
+    EXPECT_TRUE(waiting.receive_last().text().starts_with("input port 0"));
+    std::string seen;
+    while (seen.find("input: HDMI 1920x1080p\n") == std::string::npos) seen += watching.receive().text();
+}
+
+// Catches: two daemons that pull at the same registers, which nobody is told of.
+TEST(Server, SaysThatTwoDaemonsAreOnOneBox)
+{
+    const BoxServer box;
+    Asker daemon(box.socket()), tool(box.socket());
+    daemon.ask(emu::Ask::Root, "capd-emu");
+    tool.ask(emu::Ask::Root, "boxtool-emu");
+    const std::string process = ", process " + std::to_string(getpid()) + "\n";
+    EXPECT_EQ(tell(box.socket(), "show clients").text(), "capd-emu" + process + "boxtool-emu" + process);
+    testing::internal::CaptureStdout();
+    {
+        Asker second(box.socket());
+        second.ask(emu::Ask::Root, "capd-emu");
+        EXPECT_NE(tell(box.socket(), "show").text().find("more than one daemon"), std::string::npos);
+        EXPECT_NE(tell(box.socket(), "show clients --json").text().find("\"daemons\": 2"), std::string::npos);
+    }
+    while (tell(box.socket(), "show clients").text().find("more") != std::string::npos) {}
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "clients:\ncapd-emu" + process + "boxtool-emu" + process +
+                                                          "capd-emu" + process +
+                                                          "more than one daemon works on this box; stop all but one\n");
+}
+
 // Catches: a root whose name a shell line would fall apart on, and somebody's home folder filled with a box.
 TEST(RootFs, UnusableFoldersAreRefused)
 {
@@ -131,7 +223,8 @@ TEST(RootFs, BelongsToOneBoxAtATime)
 TEST(RootFs, HalfFilledOneIsFilledAgain)
 {
     const Scratch scratch;
-    const std::string root = scratch.path(), script = root + "/kxbin/enc.sh";
+    const std::string& root = scratch.path();
+    const std::string script = root + "/kxbin/enc.sh";
     std::filesystem::create_directory(root + "/run");
     std::ofstream(root + "/run/box.lock") << "1\n";
     const auto fill = [&root] { const emu::RootFs filled(root); };
@@ -159,6 +252,12 @@ TEST(Scenario, IsCheckedWholeAndNamesFileAndLine)
         {"infinite", "inf card insert\n", "f:1: 'inf' is not a time in seconds"},
         {"unknown command", "0 card insert\n1 flurb\n", "f:2: flurb: word 1 'flurb': no such command"},
         {"malformed command", "0 key record\n9000 card size big", "f:2: card size big: word 3 'big': is not a number"},
+        {"setting of nothing", "0 source 0 plug 720p50\n1 source 0 unplug\n2 source 0 dvi",
+         "f:3: source 0 dvi: nothing is"},
+        {"condition", "0 wait input stabel", "f:1: wait input stabel: word 3 'stabel': expected stable, lost"},
+        {"missing file", "0 rom load /nonexistent", "f:1: rom load /nonexistent: word 3 '/nonexistent': cannot be"},
+        {"after the end", "0 quit\n1 card insert", "f:2: the box is off since \"quit\""},
+        {"quit", "0 rom save /nonexistent/unwritten\n0 wait recording 3\n0 watch\n1 quit\n", nullptr},
         {"right", "0 card insert\n0 source 0 plug 1080p60\n1.5 encoder die\n2 card read-only\n", nullptr},
     };
     for (const auto& c : cases) {
@@ -172,6 +271,38 @@ TEST(Scenario, IsCheckedWholeAndNamesFileAndLine)
         }
         EXPECT_TRUE(c.error == nullptr ? error.empty() : error.starts_with(c.error)) << error;
     }
+}
+
+// Catches: a folder, or a file without end, that is taken for a scenario.
+TEST(Scenario, IsReadUpToASensibleSize)
+{
+    for (const auto& [file, why] : {std::pair("/tmp", "/tmp: cannot be read: Is a directory"),
+                                    {"/dev/zero", "/dev/zero: has more than 1048576 bytes"},
+                                    {"/nonexistent", "/nonexistent: cannot be read: No such file or directory"}})
+        try {
+            emu::load_scenario(file);
+            ADD_FAILURE() << file;
+        } catch (const std::runtime_error& error) {
+            EXPECT_STREQ(error.what(), why);
+        }
+}
+
+// Catches: a scenario's wait that holds up the steps behind it, or whose failure nobody hears of.
+TEST(Scenario, StepsMayWait)
+{
+    const Scratch scratch;
+    emu::Box box({.root = scratch.path()});
+    std::istringstream text(
+        "0 wait input stable 5\n0 wait recording 3\n1 source 0 plug 1080p60\n4 watch\n5 card insert\n");
+    std::vector<std::string> refused, said;
+    emu::schedule_scenario(box, emu::read_scenario(text, "f"), [&](bool ok, const std::string& answer) {
+        if (!answer.empty()) (ok ? said : refused).push_back(answer);
+    });
+    box.time().advance_to(10'000'000);
+    EXPECT_EQ(refused,
+              std::vector<std::string>{"f:2: wait recording 3: expected a recording within 3 s; now: no recording"});
+    ASSERT_EQ(said.size(), 1u);
+    EXPECT_NE(said[0].find("card: in the slot"), std::string::npos);
 }
 
 // Catches: a box whose time stands still while nobody asks it anything.
