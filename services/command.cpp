@@ -6,14 +6,18 @@
 
 namespace capd {
 
-int run_command(const char* line)
+int exit_status(int wait_status)
 {
-    const int status = platform::run_shell(line);
-    if (status == -1) {
+    if (wait_status == -1) {
         printf("fork failed");
         return -1;
     }
-    return (status >> 8) & 0xFF;
+    return (wait_status >> 8) & 0xFF;
+}
+
+int run_command(const char* line)
+{
+    return exit_status(platform::run_shell(line));
 }
 
 } // namespace capd

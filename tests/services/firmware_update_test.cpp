@@ -2,7 +2,9 @@
 
 #include "tests/support/bench.h"
 
+#include <csignal>
 #include <sys/stat.h>
+#include <sys/wait.h>
 
 namespace capd {
 namespace {
@@ -41,6 +43,18 @@ TEST(FirmwareUpdate, EachItemIsFoundAndHandedToItsScript)
         EXPECT_EQ(c.run(), 127) << "what the shell says of a script that is not there";
         root.remove(c.item);
     }
+}
+
+// Catches: half a kernel in the flash that counts as done. The runner's result is the exit status and nothing else; the
+// wait status tells.
+TEST(FirmwareUpdate, AScriptThatASignalEndedIsToldByItsWaitStatus)
+{
+    const emu::RootFs& root = bench::box().root();
+    root.make_empty("/mnt/sddisk/update");
+    put_script("/qvbin/update_kernel.sh", "#!/bin/sh\nkill -KILL $PPID\n");
+    EXPECT_EQ(fwupdate_kernel(), 0);
+    const int status = fwupdate_run(FirmwareItem::Kernel);
+    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL) << status;
 }
 
 TEST(FirmwareUpdate, CustomBlockFilesAreCopiedWithTheirFolders)
