@@ -215,6 +215,7 @@ int CaptureDiagnostics::memory_request(bool write, void* record)
     if (const int error = check_memory(memory.address, uint64_t{4} * memory.count); error != 0) return error;
     for (uint32_t i = 0; i < memory.count; ++i) {
         const uint32_t address = memory.address + 4 * i;
+        if (address == refused_word_) return -EIO;
         if (write)
             write_memory(address, memory.words[i]);
         else
@@ -315,16 +316,18 @@ static Reply short_command(CaptureDiagnostics& diagnostics, Args& args)
     return {};
 }
 
-static Reply dead_command(CaptureDiagnostics& diagnostics, Args& args)
+/** "off", or the address of a word that gets a fault. */
+static Reply word_command(CaptureDiagnostics& diagnostics, Args& args, void (CaptureDiagnostics::*fault)(uint32_t),
+                          void (CaptureDiagnostics::*mend)())
 {
     if (args.optional("off")) {
         args.end();
-        diagnostics.revive_word();
+        (diagnostics.*mend)();
         return {};
     }
     const long long address = args.number("off or an address", 0, CaptureDiagnostics::MEMORY_SIZE - 1);
     args.end();
-    diagnostics.kill_word(static_cast<uint32_t>(address));
+    (diagnostics.*fault)(static_cast<uint32_t>(address));
     return {};
 }
 
@@ -334,8 +337,14 @@ static void add_memory_commands(CommandTable& commands, CaptureDiagnostics& diag
                  [&diagnostics](Args& args) { return stuck_command(diagnostics, args); });
     commands.add("memory short", "A B | off   two lines of its byte address (2 to 19) touch",
                  [&diagnostics](Args& args) { return short_command(diagnostics, args); });
-    commands.add("memory dead", "ADDRESS | off   a word of it is dead",
-                 [&diagnostics](Args& args) { return dead_command(diagnostics, args); });
+    using Diagnostics = CaptureDiagnostics;
+    commands.add("memory dead", "ADDRESS | off   a word of it is dead", [&diagnostics](Args& args) {
+        return word_command(diagnostics, args, &Diagnostics::kill_word, &Diagnostics::revive_word);
+    });
+    commands.add("memory refuse", "ADDRESS | off   the driver fails transfers of a word of it",
+                 [&diagnostics](Args& args) {
+                     return word_command(diagnostics, args, &Diagnostics::refuse_word, &Diagnostics::admit_word);
+                 });
 }
 
 void add_diagnostics_commands(CommandTable& commands, CaptureDiagnostics& diagnostics)

@@ -42,6 +42,9 @@ public:
     /** A word that takes nothing and reads as zero. */
     void kill_word(uint32_t address) { dead_word_ = address & ~3u; }
     void revive_word() { dead_word_ = NOWHERE; }
+    /** A word that no transfer but DMA may touch: the driver gives up with -EIO. */
+    void refuse_word(uint32_t address) { refused_word_ = address & ~3u; }
+    void admit_word() { refused_word_ = NOWHERE; }
     /** @} */
 
     /** A word as the chip holds it, past all faults. */
@@ -73,7 +76,7 @@ private:
 
     const Timeline& time_;
     std::vector<uint32_t> memory_ = std::vector<uint32_t>(MEMORY_SIZE / 4);
-    uint32_t stuck_high_ = 0, stuck_low_ = 0, shorted_lines_ = 0, dead_word_ = NOWHERE;
+    uint32_t stuck_high_ = 0, stuck_low_ = 0, shorted_lines_ = 0, dead_word_ = NOWHERE, refused_word_ = NOWHERE;
     std::map<uint32_t, uint32_t> registers_;
     std::map<uint16_t, uint16_t> debug_levels_;
     std::array<Gpio, GPIOS> gpios_{};
@@ -81,7 +84,7 @@ private:
     int32_t codec_error_ = 0, video_source_ = 0, front_end_ = 0;
 };
 
-/** Add "memory stuck|short|dead", "codec error" and the section "diagnostics". */
+/** Add "memory stuck|short|dead|refuse", "codec error" and the section "diagnostics". */
 void add_diagnostics_commands(CommandTable& commands, CaptureDiagnostics& diagnostics);
 
 } // namespace emu
