@@ -116,12 +116,20 @@ int do_dmawr(uint32_t addr, uint32_t count, const uint32_t* buffer);
  */
 int do_dmard(uint32_t addr, uint32_t size, uint32_t* words = nullptr);
 
+/** How a memory test goes, for callers that need more than its result: a failing address may be 0, like success. */
+struct MemoryTestReport {
+    void (*progress)(void* context, uint32_t done, uint32_t steps) = nullptr; ///< called by the device test's steps
+    void* context = nullptr;
+    bool passed = false;
+    int error = 0;           ///< errno of the transfer that was refused; 0 when the memory gave back something else
+    uint32_t refused_at = 0; ///< address of that transfer
+};
+
 /**
  * Walk a one through all data lines at an address. A refused request counts as a mismatch, in all three tests.
- * @param passed receives the outcome; a failing address of the other tests may be 0, like their success
  * @return 0 passed, or the first pattern that was not read back
  */
-uint32_t memTestDataBus(uint32_t addr, bool* passed = nullptr);
+uint32_t memTestDataBus(uint32_t addr, MemoryTestReport* report = nullptr);
 
 /**
  * Test the address lines of a range by its power-of-two word offsets.
@@ -129,9 +137,9 @@ uint32_t memTestDataBus(uint32_t addr, bool* passed = nullptr);
  * @param size bytes; what is not a whole word at the end is left alone, a range without one word passes untouched
  * @return 0 passed, or the failing address
  */
-uint32_t memTestAddressBus(uint32_t base, uint32_t size, bool* passed = nullptr);
+uint32_t memTestAddressBus(uint32_t base, uint32_t size, MemoryTestReport* report = nullptr);
 
 /** Test every word of a range with two patterns. Arguments and results as of memTestAddressBus(). */
-uint32_t memTestDevice(uint32_t base, uint32_t size, bool* passed = nullptr);
+uint32_t memTestDevice(uint32_t base, uint32_t size, MemoryTestReport* report = nullptr);
 
 } // namespace capd

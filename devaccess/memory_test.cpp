@@ -11,13 +11,27 @@ constexpr uint32_t WORD_SIZE = 4;
 constexpr uint32_t PATTERN = 0xAAAAAAAA;
 constexpr uint32_t ANTIPATTERN = 0x55555555;
 
+/** The last transfer: what the tests take for a mismatch may be one that was refused. */
+struct Transfer {
+    uint32_t address;
+    int error; ///< errno, 0 when it was done
+};
+Transfer last_transfer;
+
+bool transfer(uint32_t request_code, MemoryRequest& request)
+{
+    const Answer answer = ask(request_code, &request);
+    last_transfer = {request.address, answer.ok() ? 0 : answer.error};
+    return answer.ok();
+}
+
 bool write_word(uint32_t address, uint32_t value)
 {
     MemoryRequest request{};
     request.address = address;
     request.count = 1;
     request.words[0] = value;
-    return ask(WRITE_MEMORY, &request).ok();
+    return transfer(WRITE_MEMORY, request);
 }
 
 /** Whether a word can be read and holds a value. */
@@ -27,7 +41,7 @@ bool word_is(uint32_t address, uint32_t value)
     request.address = address;
     request.count = 1;
     request.words[0] = ~value; // a driver that fills in nothing is a mismatch too
-    return ask(READ_MEMORY, &request).ok() && request.words[0] == value;
+    return transfer(READ_MEMORY, request) && request.words[0] == value;
 }
 
 /** A range of whole words. The offsets are in words; the last one of the largest range is below 2^30. */
@@ -46,13 +60,17 @@ struct Outcome {
 };
 constexpr Outcome PASSED = {true, 0};
 
-uint32_t finish_test(const char* function, const Outcome& outcome, bool* passed)
+uint32_t finish_test(const char* function, const Outcome& outcome, MemoryTestReport* report)
 {
     if (outcome.passed)
         printf("\n%s()--> pass\n", function);
     else
         printf("\n%s()--> fail(0x%08x)\n", function, outcome.at);
-    if (passed != nullptr) *passed = outcome.passed;
+    if (report != nullptr) {
+        report->passed = outcome.passed;
+        report->error = outcome.passed ? 0 : last_transfer.error;
+        report->refused_at = last_transfer.address;
+    }
     return outcome.at;
 }
 
@@ -118,42 +136,58 @@ Outcome test_address_bus(const char* function, const Range& range)
     return outcome;
 }
 
-Outcome test_device(const char* function, const Range& range)
+/** Counts the steps of the device test for whoever wants to know. */
+class Steps {
+public:
+    Steps(const Range& range, const MemoryTestReport* report) : report_(report), steps_(3 * range.words) {}
+    void step()
+    {
+        ++done_;
+        if (report_ != nullptr && report_->progress != nullptr) report_->progress(report_->context, done_, steps_);
+    }
+
+private:
+    const MemoryTestReport* report_;
+    uint32_t done_ = 0, steps_;
+};
+
+Outcome test_device(const char* function, const Range& range, Steps steps)
 {
-    for (uint32_t n = 0; n < range.words; ++n) {
+    for (uint32_t n = 0; n < range.words; ++n, steps.step()) {
         print_writing(function, n + 1, range.address(n));
         if (!write_word(range.address(n), n + 1)) return {false, range.address(n)};
     }
-    for (uint32_t n = 0; n < range.words; ++n) {
+    for (uint32_t n = 0; n < range.words; ++n, steps.step()) {
         printf("\r%s()--> reading 0x%08x", function, range.address(n));
         if (!word_is(range.address(n), n + 1)) return {false, range.address(n)};
         if (!write_word(range.address(n), ~(n + 1))) return {false, range.address(n)};
     }
-    for (uint32_t n = 0; n < range.words; ++n)
+    for (uint32_t n = 0; n < range.words; ++n, steps.step())
         if (!word_is(range.address(n), ~(n + 1))) return {false, range.address(n)};
     return PASSED;
 }
 
 } // namespace
 
-uint32_t memTestDataBus(uint32_t addr, bool* passed)
+uint32_t memTestDataBus(uint32_t addr, MemoryTestReport* report)
 {
     for (uint32_t pattern = 1; pattern != 0; pattern <<= 1)
         if (!write_word(addr, pattern) || !word_is(addr, pattern))
-            return finish_test(__func__, {false, pattern}, passed);
-    return finish_test(__func__, PASSED, passed);
+            return finish_test(__func__, {false, pattern}, report);
+    return finish_test(__func__, PASSED, report);
 }
 
-uint32_t memTestAddressBus(uint32_t base, uint32_t size, bool* passed)
+uint32_t memTestAddressBus(uint32_t base, uint32_t size, MemoryTestReport* report)
 {
     announce(__func__, base, size);
-    return finish_test(__func__, test_address_bus(__func__, {base, size / WORD_SIZE}), passed);
+    return finish_test(__func__, test_address_bus(__func__, {base, size / WORD_SIZE}), report);
 }
 
-uint32_t memTestDevice(uint32_t base, uint32_t size, bool* passed)
+uint32_t memTestDevice(uint32_t base, uint32_t size, MemoryTestReport* report)
 {
     announce(__func__, base, size);
-    return finish_test(__func__, test_device(__func__, {base, size / WORD_SIZE}), passed);
+    const Range range = {base, size / WORD_SIZE};
+    return finish_test(__func__, test_device(__func__, range, Steps(range, report)), report);
 }
 
 } // namespace capd

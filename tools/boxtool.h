@@ -10,7 +10,7 @@ namespace boxtool {
 /** Exit status of a command. */
 enum ExitStatus : int {
     EXIT_DONE = 0,
-    EXIT_REFUSED = 1, ///< the box refused, or a test or comparison came out badly
+    EXIT_REFUSED = 1, ///< the box refused, or what was looked at, tested or compared is not right
     EXIT_USAGE = 2,   ///< wrong arguments, or a question that was not answered with yes; nothing was changed
 };
 

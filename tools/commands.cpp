@@ -69,8 +69,9 @@ bool is_option(const char* name)
 
 Command::Command(CLI::App& app, unsigned traits, Command*& chosen) : app_(app), traits_(traits)
 {
-    if (is(REPORTS)) app.add_flag("--json", json_, "Give the values as JSON on standard output");
-    if (is(ASKS)) app.add_flag("-y,--yes", yes_, "Do it without asking");
+    app.add_flag("--json", wishes_.json, "Give values and errors as JSON on standard output");
+    app.add_flag("-v,--verbose", wishes_.verbose, "Show on standard error what the box's modules print");
+    if (is(ASKS)) take_yes();
     app.callback([this, &chosen] {
         if (verify_) verify_();
         chosen = this;
@@ -109,17 +110,25 @@ std::shared_ptr<const std::string> Command::text(const char* name, size_t shorte
     return value;
 }
 
-std::shared_ptr<const std::string> Command::file(const char* name, const char* help)
+void Command::take_yes()
+{
+    if (app_.get_option_no_throw("--yes") == nullptr) app_.add_flag("-y,--yes", wishes_.yes, "Do it without asking");
+}
+
+std::shared_ptr<const std::string> Command::file(const char* name, bool required, const char* help)
 {
     auto value = std::make_shared<std::string>();
-    app_.add_option(name, *value, help)->required()->type_name("FILE");
+    app_.add_option(name, *value, help)->required(required)->type_name("FILE");
     return value;
 }
 
-std::shared_ptr<const std::string> Command::optional_file(const char* name, const char* help)
+std::shared_ptr<const std::string> Command::output_file(const char* name, bool required, const char* help,
+                                                        const char* left_out)
 {
-    auto value = std::make_shared<std::string>();
-    app_.add_option(name, *value, help)->type_name("FILE");
+    auto value = std::make_shared<std::string>(left_out);
+    app_.add_option(name, *value, help)->required(required)->type_name("FILE");
+    outputs_.push_back(value);
+    take_yes();
     return value;
 }
 
@@ -133,8 +142,11 @@ std::shared_ptr<const bool> Command::flag(const char* name, const char* help)
 void Command::execute(Session& session) const
 {
     if (is(ASKS)) session.need_answers();
+    for (const auto& path : outputs_)
+        if (!path->empty()) session.may_write(*path);
     if (is(DEVICE)) open_device();
     action_(session);
+    session.finish();
 }
 
 CLI::App& Commands::group(const char* name, const char* help, const char* heading)

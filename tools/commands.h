@@ -35,14 +35,11 @@ constexpr Range SIGNED_WORD = {-2147483648LL, 2147483647LL};
 /** What a command is like. */
 enum Traits : unsigned {
     PLAIN = 0,
-    REPORTS = 1,  ///< gives values: takes --json
-    ASKS = 2,     ///< destroys something: asks first, takes --yes
-    DEVICE = 4,   ///< needs the video node
-    OWN_TEXT = 8, ///< prints its own text; what the box's modules print is shown only when the command fails
-    LIVE = 16,    ///< the same, but what they print goes to standard error at once
+    ASKS = 1,   ///< destroys something: asks first, takes --yes
+    DEVICE = 2, ///< needs the video node
 };
 
-/** One operation on the command line. */
+/** One operation on the command line. All of them take --json and --verbose. */
 class Command {
 public:
     using Action = std::function<void(Session&)>;
@@ -77,10 +74,11 @@ public:
     }
     /** Take a text of so many characters; a name that begins with -- makes it an option. */
     std::shared_ptr<const std::string> text(const char* name, size_t shortest, size_t longest, const char* help);
-    /** Take the name of a file of this machine. */
-    std::shared_ptr<const std::string> file(const char* name, const char* help);
-    /** Take the name of a file that may be left out; a name that begins with -- makes it an option. */
-    std::shared_ptr<const std::string> optional_file(const char* name, const char* help);
+    /** Take the name of a file of this machine to read. "file,--file" makes it an argument and an option. */
+    std::shared_ptr<const std::string> file(const char* name, bool required, const char* help);
+    /** Take the name of a file to write. What is there is written over only after a question, or with --yes. */
+    std::shared_ptr<const std::string> output_file(const char* name, bool required, const char* help,
+                                                   const char* left_out = "");
     /** Take a flag. */
     std::shared_ptr<const bool> flag(const char* name, const char* help);
 
@@ -90,9 +88,8 @@ public:
 
     /** @name For whoever runs the command
      * @{ */
-    bool is(Traits trait) const { return (traits_ & trait) != 0; }
-    bool json() const { return json_; }
-    bool yes() const { return yes_; }
+    /** What its own options say. */
+    const Wishes& wishes() const { return wishes_; }
     void execute(Session& session) const;
     /** @} */
 
@@ -101,9 +98,13 @@ private:
     void add_number(const char* name, const Range& range, const char* help, bool required, const Take& take);
     void add_numbers(const char* name, const Range& range, int most, const char* help, bool required, const Take& take);
 
+    bool is(Traits trait) const { return (traits_ & trait) != 0; }
+    void take_yes();
+
     CLI::App& app_;
     unsigned traits_;
-    bool json_ = false, yes_ = false;
+    Wishes wishes_;
+    std::vector<std::shared_ptr<const std::string>> outputs_;
     std::function<void()> verify_;
     Action action_;
 };

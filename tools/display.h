@@ -4,7 +4,7 @@
  */
 #pragma once
 
-#include "tools/bytes.h"
+#include "tools/edid_image.h"
 
 namespace boxtool {
 
@@ -14,7 +14,16 @@ void need_transmitter();
 /** @return true when a display is connected */
 bool display_connected();
 
-/** Read the display's EDID: block 0 and the extensions that it counts, up to 4; throws Refused. */
-Bytes read_display_edid();
+/** A display's EDID as far as it can be read, and what is wrong with it. */
+struct DisplayEdid {
+    Bytes bytes; ///< whole blocks: block 0 and the extensions that it counts, up to 4; block 0 at least
+    std::string faults;
+};
+
+/** Read the display's EDID; throws Refused when not even block 0 comes. */
+DisplayEdid read_display_edid();
+
+/** Read the display's EDID; throws Refused unless it is all there. */
+Bytes read_whole_display_edid();
 
 } // namespace boxtool

@@ -7,8 +7,6 @@
 #include "devaccess/i2c_request.h"
 #include "devaccess/video_device.h"
 
-#include <nlohmann/json.hpp>
-
 namespace boxtool {
 
 namespace {
@@ -32,30 +30,20 @@ std::string chip_name(int device)
 void read_registers(Session& session, int device, int reg, int count)
 {
     std::vector<unsigned int> values(static_cast<size_t>(count));
-    const std::string what = format("i2c read 0x%02x", device);
-    if (count == 1) {
-        int result = 0;
-        values[0] = static_cast<unsigned int>(capd::do_rdi2c(device, reg, &result));
-        check(result, what);
-    } else {
-        const unsigned int address = static_cast<unsigned int>(reg);
-        check(capd::do_rdi2cnb(FIRST_FORM, device, 1, &address, count, values.data()), what);
-        session.say("%s", hex_dump(Bytes(values.begin(), values.end()), address).c_str());
-    }
+    const auto address = static_cast<unsigned int>(reg);
+    check(capd::do_rdi2cnb(FIRST_FORM, device, 1, &address, count, values.data()), format("i2c read 0x%02x", device));
+    session.say("%s\n", hex_values<unsigned int>(values).c_str());
     session.report({{"device", device}, {"register", reg}, {"values", values}});
 }
 
 void write_registers(Session& session, int device, int reg, const std::vector<unsigned int>& values)
 {
     session.ask(format("Write %zu byte(s) from register 0x%02x of I2C device 0x%02x on.", values.size(), reg, device));
-    const std::string what = format("i2c write 0x%02x", device);
-    if (values.size() == 1) {
-        check(capd::do_wri2c(device, reg, static_cast<int>(values[0])), what);
-        return;
-    }
     std::vector<unsigned int> bytes = {static_cast<unsigned int>(reg)};
     bytes.insert(bytes.end(), values.begin(), values.end());
-    check(capd::do_wri2cnb(FIRST_FORM, device, static_cast<int>(bytes.size()), bytes.data()), what);
+    check(capd::do_wri2cnb(FIRST_FORM, device, static_cast<int>(bytes.size()), bytes.data()),
+          format("i2c write 0x%02x", device));
+    session.report({{"device", device}, {"register", reg}, {"values", values}});
 }
 
 /** One read of one byte without a retry: whoever does not answer is not there. */
@@ -68,12 +56,18 @@ bool answers(int device)
 void scan(Session& session)
 {
     Json found = Json::array();
+    std::vector<Cell> grid(SCAN_LAST + 1, CELL_LEFT_OUT);
+    std::string names;
     for (int device = SCAN_FIRST; device <= SCAN_LAST; ++device) {
+        Cell& shown = grid[static_cast<size_t>(device)];
+        shown = CELL_MISSING;
         if (!answers(device)) continue;
-        session.say("0x%02x  %s\n", device, chip_name(device).c_str());
-        found.push_back({{"device", device}, {"name", chip_name(device)}});
+        const std::string name = chip_name(device);
+        shown = cell(static_cast<uint8_t>(device));
+        if (!name.empty()) names += format("0x%02x  %s\n", device, name.c_str());
+        found.push_back({{"device", device}, {"name", name}});
     }
-    if (found.empty()) session.say("no device answers\n");
+    session.say("%s%s", hex_grid(grid).c_str(), names.c_str());
     session.report({{"devices", found}});
 }
 
@@ -83,7 +77,7 @@ void add_i2c_commands(Commands& commands)
 {
     CLI::App& group = commands.group("i2c", "Chips on the I2C bus", HEADING_HARDWARE);
 
-    Command& read = commands.add(group, "read", "Read registers of a chip", REPORTS | DEVICE);
+    Command& read = commands.add(group, "read", "Read registers of a chip", DEVICE);
     const auto device = read.number<int>("device", I2C_ADDRESS, "7-bit address");
     const auto reg = read.number<int>("register", BYTE, "first register");
     const auto count = read.optional_number<int>("count", {1, capd::I2C_MAX_DATA}, "registers to read, 1 if left out");
@@ -95,8 +89,7 @@ void add_i2c_commands(Commands& commands)
     const auto values = write.numbers<unsigned int>("value", BYTE, capd::I2C_MAX_DATA - 1, true, "bytes to write");
     write.run([=](Session& session) { write_registers(session, *to_device, *to_reg, *values); });
 
-    commands.add(group, "scan", "Read one byte from every address and list who answers", REPORTS | DEVICE | OWN_TEXT)
-        .run(scan);
+    commands.add(group, "scan", "Read one byte from every address and list who answers", DEVICE).run(scan);
 }
 
 } // namespace boxtool

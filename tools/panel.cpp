@@ -5,7 +5,6 @@
 #include "services/key_input.h"
 
 #include <array>
-#include <nlohmann/json.hpp>
 
 namespace boxtool {
 
@@ -18,8 +17,8 @@ constexpr int GROUPS = 2;
 constexpr int LEDS = 8;
 
 constexpr std::array<std::array<const char*, LEDS>, GROUPS> LED_NAMES = {{
-    {"power", "port 0", "record 0", "port 1", "record 1", "configuration", "error", ""},
-    {"storage 1", "storage 2", "storage 3", "storage 4", "storage 5", "storage 6", "", ""},
+    {"power", "port 0", "record 0", "port 1", "record 1", "configuration", "error", "not used"},
+    {"storage 1", "storage 2", "storage 3", "storage 4", "storage 5", "storage 6", "not used", "not used"},
 }};
 
 unsigned board_register(unsigned reg)
@@ -48,7 +47,6 @@ void show_leds(Session& session)
 const char* key_name(int key)
 {
     switch (key) {
-    case capd::KEYINPUT_NONE: return "none";
     case capd::KEYINPUT_RECORD: return "record";
     case capd::KEYINPUT_STOP: return "stop";
     case capd::KEYINPUT_CONFIG_LOW: return "configuration low";
@@ -56,7 +54,7 @@ const char* key_name(int key)
     case capd::KEYINPUT_PORT_0: return "port 0";
     case capd::KEYINPUT_PORT_1: return "port 1";
     case capd::KEYINPUT_POWER: return "power";
-    default: return "?";
+    default: return "not a key of this box";
     }
 }
 
@@ -64,7 +62,7 @@ void read_raw(Session& session)
 {
     const int code = capd::keyinput_read_raw();
     if (code < -1) refuse("board controller");
-    session.say(code < 0 ? "no code waits\n" : "code %d\n", code);
+    session.say(code < 0 ? "no code waits\n" : "0x%02x\n", static_cast<unsigned>(code));
     session.report({{"waiting", code >= 0}, {"code", code < 0 ? Json() : Json(code)}});
 }
 
@@ -77,7 +75,7 @@ void read_key(Session& session, bool only_look)
         return;
     }
     const int key = capd::keyinput_get_key();
-    session.say("key %d, %s\n", key, key_name(key));
+    session.say("%s\n", key_name(key));
     session.report({{"waiting", true}, {"key", key}, {"name", key_name(key)}});
 }
 
@@ -85,10 +83,10 @@ void read_key(Session& session, bool only_look)
 
 void add_panel_commands(Commands& commands)
 {
-    commands.add("leds", "Show which LEDs are lit", HEADING_BOX, REPORTS | DEVICE | OWN_TEXT).run(show_leds);
+    commands.add("leds", "Show which LEDs are lit", HEADING_BOX, DEVICE).run(show_leds);
 
     Command& key = commands.add("key", "Take the remote's waiting code; a running daemon does not get it then",
-                                HEADING_BOX, REPORTS | DEVICE | OWN_TEXT);
+                                HEADING_BOX, DEVICE);
     const auto peek = key.flag("--peek", "only say whether a code waits, and leave it");
     const auto raw = key.flag("--raw", "show the code as the remote sends it");
     key.verify([=] {

@@ -8,7 +8,8 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
-#include <nlohmann/json.hpp>
+#include <poll.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace boxtool {
@@ -33,13 +34,12 @@ bool is_yes(std::string answer)
     return answer == "y" || answer == "Y" || answer == "yes" || answer == "Yes" || answer == "YES";
 }
 
-/** Read a line straight from the descriptor: nothing is taken that a later command should get. */
-std::string read_answer()
+constexpr int ROW_LABEL_WIDTH = 20;
+
+bool is_regular_file(const std::string& path)
 {
-    std::string line;
-    char c = 0;
-    while (read(STDIN_FILENO, &c, 1) == 1 && c != '\n') line += c;
-    return line;
+    struct stat status {};
+    return stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
 } // namespace
@@ -53,81 +53,112 @@ std::string format(const char* pattern, ...)
     return text;
 }
 
-PrintedAside::PrintedAside(int to)
+/** An output that fails, because nobody reads any more or a disk is full, must not stop a command half way. */
+void Session::write(int fd, std::string_view text)
 {
-    std::fflush(stdout);
-    saved_ = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3);
-    dup2(to, STDOUT_FILENO);
-}
-
-PrintedAside::~PrintedAside()
-{
-    std::fflush(stdout);
-    dup2(saved_, STDOUT_FILENO);
-    close(saved_);
-}
-
-HeldBack::HeldBack() : file_(std::tmpfile())
-{
-    aside_.emplace(file_ != nullptr ? fileno(file_) : STDERR_FILENO);
-}
-
-HeldBack::~HeldBack()
-{
-    aside_.reset();
-    if (file_ != nullptr) std::fclose(file_);
-}
-
-void HeldBack::show()
-{
-    char part[512];
-    std::fflush(stdout);
-    if (file_ == nullptr) return;
-    lseek(fileno(file_), 0, SEEK_SET);
-    for (ssize_t got; (got = read(fileno(file_), part, sizeof(part))) > 0;)
-        std::fwrite(part, 1, static_cast<size_t>(got), stderr);
-}
-
-void Session::write(const std::string& text)
-{
-    std::fflush(stdout);
-    for (size_t done = 0; done < text.size();) {
-        const ssize_t written = ::write(output_, text.data() + done, text.size() - done);
-        if (written < 0 && errno == EINTR) continue;
-        if (written <= 0) refuse("standard output");
-        done += static_cast<size_t>(written);
-    }
+    const int error = write_all(fd, text);
+    if (fd == streams_.output() && output_error_ == 0) output_error_ = error;
 }
 
 void Session::say(const char* pattern, ...)
 {
-    if (json_) return;
+    if (json() || raw_output_) return;
     va_list args;
     va_start(args, pattern);
     const std::string text = vformat(pattern, args);
     va_end(args);
-    write(text);
+    write(streams_.output(), text);
 }
 
-void Session::report(const Json& values)
+void Session::row(const char* name, const std::string& value)
 {
-    // A name or value from nvram need not be UTF-8; what is not shows as a replacement character.
-    if (json_) write(values.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
+    say("%-*s%s\n", ROW_LABEL_WIDTH, name, value.c_str());
+}
+
+void Session::warn(const std::string& text)
+{
+    if (json())
+        document_["warnings"].push_back(text);
+    else
+        write(streams_.error(), "boxtool: " + text + "\n");
+}
+
+void Session::progress(const std::string& text)
+{
+    constexpr char CLEAR_LINE[] = "\r\033[K";
+    if (!json() && isatty(streams_.error()) == 1) write(streams_.error(), CLEAR_LINE + text);
+}
+
+void Session::finish() const
+{
+    errno = output_error_;
+    if (output_error_ != 0) refuse("standard output");
 }
 
 void Session::need_answers() const
 {
-    if (!yes_ && isatty(STDIN_FILENO) == 0)
+    if (!wishes_.yes && isatty(streams_.input()) != 1)
         throw UsageError("this destroys something and nobody is here to be asked: give --yes to do it");
 }
 
 void Session::ask(const std::string& question)
 {
-    if (yes_) return;
+    if (wishes_.yes) return;
     need_answers();
-    std::fflush(stdout);
-    std::fprintf(stderr, "%s Go on? [y/N] ", question.c_str());
-    if (!is_yes(read_answer())) throw UsageError("nothing was changed");
+    if (!is_answered_yes(question)) throw UsageError("nothing was changed");
+}
+
+void Session::ask_in_person(const std::string& question, const char* what_else)
+{
+    if (wishes_.yes || isatty(streams_.input()) != 1) throw UsageError(question + " " + what_else);
+    if (!is_answered_yes(question)) throw UsageError("nothing was changed");
+}
+
+void Session::may_write(const std::string& path)
+{
+    if (path == PIPE) {
+        if (json()) throw UsageError("--json and the file '-' both want standard output");
+        if (isatty(streams_.output()) == 1) throw UsageError("raw bytes do not go to a terminal: use a pipe");
+        raw_output_ = true;
+        return;
+    }
+    if (wishes_.yes || !is_regular_file(path)) return;
+    if (isatty(streams_.input()) != 1) throw UsageError(path + " is there already: give --yes to write over it");
+    if (!is_answered_yes("Write over " + path + ".")) throw UsageError("nothing was changed");
+}
+
+bool Session::is_answered_yes(const std::string& question)
+{
+    write(streams_.error(), question + " Go on? [y/N] ");
+    return is_yes(read_answer());
+}
+
+/** Read a line straight from the descriptor: nothing is taken that a later command should get. */
+std::string Session::read_answer()
+{
+    constexpr int LOOK_MS = 100; // a held signal does not wake the poll up
+    std::string line;
+    char c = 0;
+    pollfd ready = {streams_.input(), POLLIN, 0};
+    while (!interrupted()) {
+        const int found = poll(&ready, 1, LOOK_MS);
+        if (found == 0 || (found < 0 && errno == EINTR)) continue;
+        if (found < 0 || read(streams_.input(), &c, 1) != 1 || c == '\n') return line;
+        line += c;
+    }
+    write(streams_.error(), "\n");
+    return "";
+}
+
+bool Session::interrupted()
+{
+    return held_ && held_->came() != 0;
+}
+
+HeldSignals& Session::hold_signals()
+{
+    if (!held_) held_.emplace();
+    return *held_;
 }
 
 void refuse(const std::string& what)
@@ -143,17 +174,11 @@ void check(int result, const std::string& what)
 
 void open_device()
 {
-    HeldBack messages;
-    if (capd::video_device_open() == 0) return;
-    const int error = errno;
-    messages.show();
-    errno = error;
-    refuse("no video node of the capture driver answers");
+    if (capd::video_device_open() != 0) refuse("no video node of the capture driver answers");
 }
 
 void need_chip(int device, const char* name)
 {
-    const PrintedAside aside;
     const unsigned int reg = 0;
     unsigned int value = 0;
     check(capd::do_rdi2cnb(1, device, 1, &reg, 1, &value), format("%s (I2C 0x%02x)", name, device));

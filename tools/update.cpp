@@ -33,7 +33,7 @@ using Items = std::vector<const Item*>;
 /** The card, mounted for as long as this lives and afterwards as it was found. */
 class MountedCard {
 public:
-    MountedCard()
+    explicit MountedCard(Session& session) : session_(session)
     {
         if (capd::storage_card_present() != 0) refuse("no card in the slot");
         if (capd::storage_is_mounted() == 0) return;
@@ -45,13 +45,13 @@ public:
     {
         if (!ours_) return;
         const int status = capd::storage_umount_device();
-        if (status != 0)
-            std::fprintf(stderr, "boxtool: the card stays mounted: unmounting it gave exit status %d\n", status);
+        if (status != 0) session_.warn(format("the card stays mounted: unmounting it gave exit status %d", status));
     }
     MountedCard(const MountedCard&) = delete;
     MountedCard& operator=(const MountedCard&) = delete;
 
 private:
+    Session& session_;
     bool ours_ = false;
 };
 
@@ -79,7 +79,7 @@ void list(Session& session)
 {
     Json items = Json::array();
     {
-        const MountedCard card;
+        const MountedCard card(session);
         look(session, items);
     }
     session.report({{"items", items}});
@@ -107,7 +107,7 @@ void run_items(Session& session, const Items& items, Json& results)
 
 void run_card(Session& session, Json& report)
 {
-    const MountedCard card;
+    const MountedCard card(session);
     const Items items = look(session, report["items"]);
     if (items.empty()) throw Refused("the card carries nothing to update");
     session.ask(format("Update %s.", names(items.begin(), items.end()).c_str()));
@@ -135,10 +135,10 @@ void run(Session& session)
 void add_update_commands(Commands& commands)
 {
     CLI::App& group = commands.group("update", "Firmware update from the card", HEADING_BOX);
-    commands.add(group, "list", "Show which update items the card carries", REPORTS | LIVE).run(list);
+    commands.add(group, "list", "Show which update items the card carries", PLAIN).run(list);
     commands
         .add(group, "run", "Run the items that the card carries, in order, up to the first failure; never restarts",
-             REPORTS | ASKS | LIVE)
+             ASKS)
         .run(run);
 }
 

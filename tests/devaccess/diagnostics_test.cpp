@@ -18,12 +18,12 @@ emu::CaptureDiagnostics& driver()
 
 void mend_memory()
 {
-    for (const char* fault : {"stuck", "short", "dead"}) bench::tell(std::string("memory ") + fault + " off");
+    for (const char* fault : {"stuck", "short", "dead", "refuse"}) bench::tell(std::string("memory ") + fault + " off");
 }
 
-uint32_t test_data_bus(uint32_t addr, uint32_t /*size*/, bool* passed)
+uint32_t test_data_bus(uint32_t addr, uint32_t /*size*/, MemoryTestReport* report)
 {
-    return memTestDataBus(addr, passed);
+    return memTestDataBus(addr, report);
 }
 
 /** Opens the node and forgets what that printed. */
@@ -227,14 +227,15 @@ TEST_F(Diagnostics, MemoryTestsFindTheirFaultsAtTheRightPlace)
     static const struct {
         const char* what;
         const char* fault;
-        uint32_t (*run)(uint32_t, uint32_t, bool*);
+        uint32_t (*run)(uint32_t, uint32_t, MemoryTestReport*);
         uint32_t base, size, at;
         bool passed;
+        int error = 0; ///< of the transfer; 0 is a fault of the memory
     } cases[] = {
         {"data, well", "", test_data_bus, 0, 0, 0, true},
         {"data, stuck high", "memory stuck 31 high", test_data_bus, 8, 0, 1, false},
         {"data, stuck low", "memory stuck 31 low", test_data_bus, 8, 0, 0x80000000, false},
-        {"data, no memory", "", test_data_bus, 1 << 20, 0, 1, false},
+        {"data, no memory", "", test_data_bus, 1 << 20, 0, 1, false, EFAULT},
         {"address, well", "", memTestAddressBus, 0x1000, 0x1000, 0, true},
         {"address, shorted lines", "memory short 4 6", memTestAddressBus, 0, 0x1000, 0x10, false},
         {"address, shorted outside", "memory short 14 15", memTestAddressBus, 0, 0x1000, 0, true},
@@ -242,21 +243,23 @@ TEST_F(Diagnostics, MemoryTestsFindTheirFaultsAtTheRightPlace)
         {"address, no word", "", memTestAddressBus, 0, 3, 0, true},
         {"address, odd size", "memory dead 0x20", memTestAddressBus, 0, 0x27, 0x20, false},
         {"address, behind an odd size", "memory dead 0x20", memTestAddressBus, 0, 0x22, 0, true},
-        {"address, largest size", "", memTestAddressBus, 0, 0xFFFFFFFF, 1 << 20, false},
+        {"address, largest size", "", memTestAddressBus, 0, 0xFFFFFFFF, 1 << 20, false, EFAULT},
         {"device, well", "", memTestDevice, 0x40, 0x103, 0, true},
         {"device, no word", "memory dead 0x40", memTestDevice, 0x40, 3, 0, true},
         {"device, dead last word", "memory dead 0x13c", memTestDevice, 0x40, 0x100, 0x13C, false},
         {"device, dead behind it", "memory dead 0x140", memTestDevice, 0x40, 0x103, 0, true},
         {"device, dead word 0", "memory dead 0", memTestDevice, 0, 0x100, 0, false},
-        {"device, end of memory", "", memTestDevice, (1 << 20) - 8, 0xFFFFFFF0, 1 << 20, false},
+        {"device, refused last word", "memory refuse 0x13c", memTestDevice, 0x40, 0x100, 0x13C, false, EIO},
+        {"device, end of memory", "", memTestDevice, (1 << 20) - 8, 0xFFFFFFF0, 1 << 20, false, EFAULT},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
         mend_memory();
         if (*c.fault != '\0') bench::tell(c.fault);
-        bool passed = !c.passed;
-        const std::string text = printed([&] { EXPECT_EQ(c.run(c.base, c.size, &passed), c.at); });
-        EXPECT_EQ(passed, c.passed);
+        MemoryTestReport report{.passed = !c.passed};
+        const std::string text = printed([&] { EXPECT_EQ(c.run(c.base, c.size, &report), c.at); });
+        EXPECT_EQ(report.passed, c.passed);
+        EXPECT_EQ(report.error, c.error);
         char last[40];
         snprintf(last, sizeof(last), c.passed ? "()--> pass\n" : "()--> fail(0x%08x)\n", c.at);
         EXPECT_TRUE(text.ends_with(last)) << text.substr(text.size() - std::min<size_t>(text.size(), 80));

@@ -44,8 +44,45 @@ inline std::string take_file(int fd)
     return text;
 }
 
-/** Run one command line, its words divided by blanks; input is what it reads as standard input. */
-inline ToolRun tool(const std::string& line, int input = -1)
+/** A terminal, with somebody at it who types. */
+class Terminal {
+public:
+    explicit Terminal(const std::string& typed = "") : master_(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC))
+    {
+        grantpt(master_);
+        unlockpt(master_);
+        fd_ = open(ptsname(master_), O_RDWR | O_NOCTTY | O_CLOEXEC);
+        EXPECT_EQ(write(master_, typed.data(), typed.size()), std::ssize(typed));
+    }
+    ~Terminal()
+    {
+        close(fd_);
+        close(master_);
+    }
+    Terminal(const Terminal&) = delete;
+    Terminal& operator=(const Terminal&) = delete;
+
+    int fd() const { return fd_; }
+    /** What has been shown, of at most a screen. */
+    std::string shown() const
+    {
+        std::string text(4095, '\0');
+        fcntl(master_, F_SETFL, O_NONBLOCK);
+        const ssize_t got = read(master_, text.data(), text.size());
+        text.resize(got > 0 ? static_cast<size_t>(got) : 0);
+        return text;
+    }
+
+private:
+    int master_, fd_;
+};
+
+/**
+ * Run one command line, its words divided by blanks.
+ * @param input what it reads as standard input; nothing by default
+ * @param error where its standard error goes; into the result by default
+ */
+inline ToolRun tool(const std::string& line, int input = -1, int error = -1)
 {
     std::vector<std::string> words = emu::split_words("boxtool " + line);
     std::vector<const char*> argv;
@@ -56,7 +93,7 @@ inline ToolRun tool(const std::string& line, int input = -1)
     std::fflush(nullptr);
     {
         const Redirected in0(STDIN_FILENO, input < 0 ? nothing : input), out1(STDOUT_FILENO, out),
-            err2(STDERR_FILENO, err);
+            err2(STDERR_FILENO, error < 0 ? err : error);
         run.status = boxtool::run(static_cast<int>(argv.size()), argv.data());
         std::fflush(nullptr);
     }

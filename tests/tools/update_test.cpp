@@ -72,7 +72,7 @@ TEST(BoxtoolUpdate, StopsAtTheFirstItemThatFails)
         bench::box().root().write(status, "3\n");
         const bench::ToolRun run = bench::tool("update run --yes --json");
         EXPECT_EQ(run.status, 1);
-        EXPECT_NE(run.err.find(c.error), std::string::npos) << run.err;
+        EXPECT_NE(run.out.find(c.error), std::string::npos) << run.out;
         EXPECT_EQ(nlohmann::json::parse(run.out, nullptr, false).value("restart_due", !c.restart_due), c.restart_due);
         EXPECT_EQ(ran(), c.ran);
         EXPECT_FALSE(bench::box().card().mounted());

@@ -1,6 +1,6 @@
 #include "tests/tools/tool.h"
 
-#include <cstdlib>
+#include <fstream>
 #include <nlohmann/json.hpp>
 
 namespace {
@@ -14,6 +14,13 @@ struct Footprint {
     std::string update_log = bench::box().root().read("/run/update/log");
     bool operator==(const Footprint&) const = default;
 };
+
+nlohmann::json values_in(const bench::ToolRun& run)
+{
+    const nlohmann::json values = nlohmann::json::parse(run.out, nullptr, false);
+    EXPECT_FALSE(values.is_discarded()) << run.out;
+    return values.is_discarded() ? nlohmann::json::object() : values;
+}
 
 // Catches: a value that is cut to fit instead of refused, a range that is off by one, an error that does not help, and
 // something sent before all arguments were looked at.
@@ -42,19 +49,19 @@ TEST(BoxtoolUsage, WrongArgumentsAreRefusedWithTheAllowedRange)
         {"dma write 0 1 --file x --yes", "give either words or --file"},
         {"gpio set 256 0", "gpio: 256 is not between 0 and 255"},
         {"gpio set 1 2", "level: 2 is not between 0 and 1"},
-        {"video-property get 0", "id: 0 is not between 1 and 26"},
-        {"video-property get 27", "id: 27 is not between 1 and 26"},
-        {"video-property set 16 1", "id: 16 is not between 1 and 15"},
+        {"video-property get 0", "property: there is no '0'"},
+        {"video-property get 27", "with numbers from 1 to 26"},
+        {"video-property set 16 1", "with numbers from 1 to 15"},
+        {"video-property set brightness_range 1", "there is no 'brightness_range'"},
         {"video-property set 1 2147483648", "value: 2147483648 is not between -2147483648 and 2147483647"},
         {"driver debug-level 65536", "function: 65536 is not between 0 and 65535"},
         {"nvram set 0123456789012345678901234567890123456789012345678901234567890123 v", "64 characters"},
         {"nvram get \"\"", "name: 0 characters are not between 1 and 63"},
-        {"edid write /dev/null --yes", "/dev/null: has 0 bytes, 256 are needed"},
+        {"edid write /dev/null --yes", "/dev/null: has 0 bytes; an EDID of 128 or 256 is needed"},
         {"edid write /nowhere --yes", "/nowhere: No such file or directory"},
         {"edid compare", "give either a file or --display"},
         {"key --peek --raw", "give either --peek or --raw"},
-        {"gpio set 1 1 --json", "--json"},
-        {"--json gpio set 1 1", "--json: this command gives no values"},
+        {"dma write 0 --file - --yes", "-: is not made of whole 4-byte words"},
         {"reg read", "register is required"},
         {"reg read 1 2", "2"},
         {"reg erase 1", "no such command: erase"},
@@ -68,34 +75,14 @@ TEST(BoxtoolUsage, WrongArgumentsAreRefusedWithTheAllowedRange)
         EXPECT_EQ(run.status, 2);
         EXPECT_NE(run.err.find(c.error), std::string::npos) << run.err;
         EXPECT_EQ(run.out, "");
+        const bench::ToolRun as_json = bench::tool(std::string(c.line) + " --json");
+        EXPECT_EQ(as_json.status, 2);
+        EXPECT_EQ(as_json.err, "");
+        EXPECT_EQ("boxtool: " + values_in(as_json).value("error", "") + "\n", run.err) << as_json.out;
     }
     EXPECT_EQ(before, Footprint());
     EXPECT_EQ(bench::tool("i2c read 010 0").err.find("between"), std::string::npos) << "a leading 0 is no octal number";
 }
-
-/** A terminal with somebody who types an answer. */
-class Terminal {
-public:
-    explicit Terminal(const std::string& typed) : master_(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC))
-    {
-        grantpt(master_);
-        unlockpt(master_);
-        fd_ = open(ptsname(master_), O_RDWR | O_NOCTTY | O_CLOEXEC);
-        EXPECT_EQ(write(master_, typed.data(), typed.size()), static_cast<ssize_t>(typed.size()));
-    }
-    ~Terminal()
-    {
-        close(fd_);
-        close(master_);
-    }
-    Terminal(const Terminal&) = delete;
-    Terminal& operator=(const Terminal&) = delete;
-
-    int fd() const { return fd_; }
-
-private:
-    int master_, fd_;
-};
 
 // Catches: a destroying command that does not ask, or takes no answer, an empty one or "no" for a yes.
 TEST(BoxtoolUsage, NothingIsDestroyedWithoutConsent)
@@ -104,19 +91,20 @@ TEST(BoxtoolUsage, NothingIsDestroyedWithoutConsent)
     ASSERT_EQ(bench::tool("edid read " + edid).status, 0);
     bench::tell("nvram set NAME value");
     bench::tell("card insert");
-    bench::box().card().write("update/kernel.bin", "image");
+    bench::box().card().write("update/kernel.bin", "\x7f"
+                                                   "image");
     const std::string lines[] = {"i2c write 0x1c 0x20 1", "reg write 0x100 1", "mem write 0 1", "mem test 0 8",
                                  "dma write 0 1",         "nvram empty",       "update run",    "edid write " + edid};
     for (const std::string& line : lines) {
         SCOPED_TRACE(line);
         for (const char* answer : {"", "\n", "n\n", "yesterday\n"}) {
             const Footprint before;
-            const Terminal terminal(answer);
+            const bench::Terminal terminal(answer);
             const bench::ToolRun run = *answer == '\0' ? bench::tool(line) : bench::tool(line, terminal.fd());
             EXPECT_EQ(run.status, 2) << "answer " << answer;
             EXPECT_EQ(before, Footprint());
         }
-        const Terminal terminal("y\n");
+        const bench::Terminal terminal("y\n");
         const bench::ToolRun run = bench::tool(line, terminal.fd());
         EXPECT_EQ(run.status, 0) << run.err;
         EXPECT_NE(run.err.find("Go on? [y/N]"), std::string::npos);
@@ -143,6 +131,7 @@ TEST(BoxtoolUsage, WhatTheBoxRefusesEndsWithOneAndTheReason)
         {"", "gpio set 64 1", "Invalid argument"},
         {"", "video-property set 2 256", "Invalid argument"},
         {"", "video-source 4", "Invalid argument"},
+        {"", "nvram get X", "nvram get: there is no entry 'X'"},
         {"nvram refuse all", "nvram get X", "Input/output error"},
         {"", "nvram commit", "Input/output error"},
         {"", "nvram load", "Input/output error"},
@@ -171,10 +160,15 @@ TEST(BoxtoolUsage, JsonIsAllThatStandsOnStandardOutput)
         const char* pointer;
         nlohmann::json value;
     } cases[] = {
-        {"driver version --json", "/value", 0x10203},
+        {"driver version --json", "/version", "1.2.3"},
         {"--json driver debug-level 3 7", "/level", 7},
         {"video-property get 4 --json", "/minimum", -180},
-        {"video-property list --json", "/properties/15/settable", false},
+        {"video-property list --json", "/properties/3/name", "hue"},
+        {"video-property set hue -1 --json", "/value", -1},
+        {"gpio set 1 1 --json", "/level", 1},
+        {"reg write 0x100 5 --yes --json", "/value", 5},
+        {"mem write 0x3000 5 --yes --json", "/words", 1},
+        {"nvram commit --json", "", nlohmann::json::object()},
         {"video-source --json", "/value", 0},
         {"reg read 0 --json", "/value", 0x20C40011},
         {"mem read 0 264 --json", "/words/65", 77},
@@ -189,6 +183,8 @@ TEST(BoxtoolUsage, JsonIsAllThatStandsOnStandardOutput)
         {"key --json", "/name", "power"},
         {"key --raw --json", "/code", nullptr},
         {"edid show --json", "/faults", ""},
+        {"edid read rom.bin --yes --json", "/bytes", 256},
+        {"edid write rom.bin --yes --json", "/bytes", 256},
         {"input info --json", "/port", 1},
         {"input video --json", "/mode", "DVI"},
         {"output regs --json", "/bank0/23", nullptr},
@@ -205,9 +201,9 @@ TEST(BoxtoolUsage, JsonIsAllThatStandsOnStandardOutput)
     for (const auto& c : cases) {
         SCOPED_TRACE(c.line);
         const bench::ToolRun run = bench::tool(c.line);
-        EXPECT_EQ(run.status, 0) << run.err;
-        const nlohmann::json values = nlohmann::json::parse(run.out, nullptr, false);
-        ASSERT_FALSE(values.is_discarded()) << run.out;
+        EXPECT_EQ(run.status, 0) << run.out;
+        EXPECT_EQ(run.err, "");
+        const nlohmann::json values = values_in(run);
         EXPECT_EQ(values.value(nlohmann::json::json_pointer(c.pointer), nlohmann::json("missing")), c.value);
     }
 }
