@@ -21,7 +21,7 @@ _boxtool() {
         ["box nvram empty"]="--yes"
         ["box leds"]=""
         ["box key"]="--peek --raw"
-        ["box update list"]="" ["box update run"]="--yes"
+        ["box update list"]="" ["box update run"]="--while-recording --yes"
     )
     local -A files=(["box edid read"]=1 ["box edid write"]=1 ["box edid compare"]=1)
     local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} command="box" words="" name i
