@@ -214,7 +214,7 @@ TEST(Boxemu, LeavesTheTerminalAloneInTheBackground)
     terminal.expect("box> ");
     terminal.type("card insert\n");
     await("the card", [&scratch] { return std::filesystem::exists(scratch.path() + "/dev/mmcblk0p1"); });
-    EXPECT_FALSE(terminal.takes_whole_lines());
+    await("keys one by one", [&terminal] { return !terminal.takes_whole_lines(); });
     terminal.type("quit\n");
     EXPECT_EQ(session.wait(), 0);
     EXPECT_TRUE(terminal.takes_whole_lines());
