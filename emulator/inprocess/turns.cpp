@@ -1,8 +1,11 @@
 #include "emulator/inprocess/turns.h"
 
+#include "emulator/inprocess/stack_change.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <pthread.h>
 #include <sys/mman.h>
 
 namespace emu {
@@ -26,6 +29,12 @@ static Turns* beginning;
 void Turns::begin()
 {
     current_ = &add({});
+    pthread_attr_t attributes;
+    void* stack = nullptr;
+    if (pthread_getattr_np(pthread_self(), &attributes) != 0) std::abort();
+    pthread_attr_getstack(&attributes, &stack, &current_->stack_size);
+    pthread_attr_destroy(&attributes);
+    current_->stack = stack;
 }
 
 Turns::Thread& Turns::add(std::function<void()> body)
@@ -36,6 +45,8 @@ Turns::Thread& Turns::add(std::function<void()> body)
     getcontext(&thread.context);
     thread.context.uc_stack.ss_sp = make_stack();
     thread.context.uc_stack.ss_size = STACK_SIZE;
+    thread.stack = thread.context.uc_stack.ss_sp;
+    thread.stack_size = STACK_SIZE;
     makecontext(&thread.context, &Turns::run_current, 0);
     return thread;
 }
@@ -43,6 +54,7 @@ Turns::Thread& Turns::add(std::function<void()> body)
 /** All of a started thread. One whose body returns is never due again. */
 void Turns::run_current()
 {
+    enter_stack(nullptr);
     Turns& turns = *beginning;
     turns.current_->body();
     turns.sleep(NEVER - turns.time_.now());
@@ -75,7 +87,10 @@ void Turns::change_to(Thread& chosen)
     self.saved_errno = errno;
     current_ = &chosen;
     beginning = this;
+    void* left = nullptr;
+    leave_stack(chosen.stack, chosen.stack_size, &left);
     swapcontext(&self.context, &chosen.context);
+    enter_stack(left);
     errno = self.saved_errno;
 }
 

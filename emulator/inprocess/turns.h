@@ -37,6 +37,8 @@ private:
         uint64_t order; ///< who asked first goes first at the same moment
         std::function<void()> body;
         ucontext_t context{};
+        const void* stack = nullptr; ///< its lowest address
+        size_t stack_size = 0;
         int saved_errno = 0; ///< each thread has its own
     };
 
