@@ -146,7 +146,10 @@ int be_the_box(const Options& options)
 std::string join(char** words, int count)
 {
     std::string line;
-    for (int i = 0; i < count; ++i) line += (i == 0 ? "" : " ") + emu::quote_word(words[i]);
+    for (int i = 0; i < count; ++i) {
+        if (i > 0) line += ' ';
+        line += emu::quote_word(words[i]);
+    }
     return line;
 }
 
