@@ -1,7 +1,7 @@
 #include "emulator/box.h"
 
 #include "emulator/facts.h"
-#include "emulator/paths.h"
+#include "emulator/kernel/paths.h"
 #include "emulator/waiting.h"
 
 #include <cerrno>

@@ -7,19 +7,19 @@
  */
 #pragma once
 
-#include "emulator/board_controller.h"
-#include "emulator/capture_driver.h"
-#include "emulator/card.h"
-#include "emulator/commands.h"
-#include "emulator/edid_rom.h"
-#include "emulator/encoder.h"
-#include "emulator/i2c_bus.h"
-#include "emulator/nvram_device.h"
-#include "emulator/receiver_chip.h"
-#include "emulator/rootfs.h"
-#include "emulator/source.h"
-#include "emulator/timeline.h"
-#include "emulator/transmitter_chip.h"
+#include "emulator/base/timeline.h"
+#include "emulator/bus/i2c_bus.h"
+#include "emulator/chips/board_controller.h"
+#include "emulator/chips/edid_rom.h"
+#include "emulator/chips/receiver_chip.h"
+#include "emulator/chips/transmitter_chip.h"
+#include "emulator/commands/commands.h"
+#include "emulator/kernel/capture_driver.h"
+#include "emulator/kernel/nvram_device.h"
+#include "emulator/kernel/rootfs.h"
+#include "emulator/world/card.h"
+#include "emulator/world/encoder.h"
+#include "emulator/world/source.h"
 
 #include <array>
 #include <cstdint>

@@ -1,8 +1,8 @@
 #include "emulator/conditions.h"
 
+#include "emulator/base/host_files.h"
 #include "emulator/box.h"
 #include "emulator/facts.h"
-#include "emulator/host_files.h"
 
 #include <algorithm>
 #include <filesystem>

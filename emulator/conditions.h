@@ -4,7 +4,7 @@
  */
 #pragma once
 
-#include "emulator/commands.h"
+#include "emulator/commands/commands.h"
 
 #include <functional>
 #include <string>

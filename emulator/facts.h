@@ -5,8 +5,8 @@
  */
 #pragma once
 
-#include "emulator/board_controller.h"
-#include "emulator/commands.h"
+#include "emulator/chips/board_controller.h"
+#include "emulator/commands/commands.h"
 
 #include <string>
 #include <vector>

@@ -1,7 +1,7 @@
 #include "emulator/scenario.h"
 
+#include "emulator/base/host_files.h"
 #include "emulator/box.h"
-#include "emulator/host_files.h"
 
 #include <cmath>
 #include <cstdlib>

@@ -7,7 +7,7 @@
  */
 #pragma once
 
-#include "emulator/timeline.h"
+#include "emulator/base/timeline.h"
 
 #include <functional>
 #include <istream>

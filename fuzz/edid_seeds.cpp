@@ -2,7 +2,7 @@
  * @file
  * Writes the emulator's EDIDs as seed files into a folder, which is made when it is missing: edid_seeds FOLDER
  */
-#include "emulator/edids.h"
+#include "emulator/world/edids.h"
 
 #include <cstdio>
 #include <filesystem>

@@ -2,7 +2,7 @@
 
 #include "emulator/inprocess/inprocess.h"
 #include "emulator/inprocess/turns.h"
-#include "emulator/paths.h"
+#include "emulator/kernel/paths.h"
 
 #include <cerrno>
 #include <cstdio>

@@ -6,7 +6,7 @@
  */
 #pragma once
 
-#include "emulator/timeline.h"
+#include "emulator/base/timeline.h"
 
 #include <functional>
 #include <memory>

@@ -1,4 +1,4 @@
-#include "emulator/paths.h"
+#include "emulator/kernel/paths.h"
 #include "platform/platform.h"
 #include "tests/support/bench.h"
 

@@ -1,10 +1,10 @@
 // The sources and the receiver chip of the emulated box, held against the standards they are written from.
-#include "emulator/commands.h"
-#include "emulator/formats.h"
-#include "emulator/info_frames.h"
-#include "emulator/receiver_chip.h"
-#include "emulator/source.h"
-#include "emulator/timeline.h"
+#include "emulator/base/timeline.h"
+#include "emulator/chips/receiver_chip.h"
+#include "emulator/commands/commands.h"
+#include "emulator/world/formats.h"
+#include "emulator/world/info_frames.h"
+#include "emulator/world/source.h"
 
 #include <gtest/gtest.h>
 

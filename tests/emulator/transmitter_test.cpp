@@ -1,7 +1,7 @@
 // The emulated transmitter and displays against the standards and the chip's description.
-#include "emulator/commands.h"
-#include "emulator/edids.h"
-#include "emulator/transmitter_chip.h"
+#include "emulator/chips/transmitter_chip.h"
+#include "emulator/commands/commands.h"
+#include "emulator/world/edids.h"
 #include "tests/support/bench.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 #include "tests/hdmitx/edid_facts.h"
 
-#include "emulator/edids.h"
+#include "emulator/world/edids.h"
 #include "tests/support/bench.h"
 
 #include <cstdio>

@@ -4,7 +4,7 @@
  */
 #pragma once
 
-#include "emulator/edid_builder.h"
+#include "emulator/world/edid_builder.h"
 
 #include <cstdint>
 #include <optional>

@@ -1,4 +1,4 @@
-#include "emulator/edids.h"
+#include "emulator/world/edids.h"
 #include "hdmitx/ddc.h"
 #include "hdmitx/display_edid.h"
 #include "tests/hdmitx/edid_facts.h"

@@ -5,7 +5,7 @@
  */
 #pragma once
 
-#include "emulator/edids.h"
+#include "emulator/world/edids.h"
 #include "hdmitx/hdmitx.h"
 #include "tests/support/bench.h"
 

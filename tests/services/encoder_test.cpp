@@ -1,7 +1,7 @@
 #include "services/encoder.h"
 #include "services/message_queue.h"
 
-#include "emulator/paths.h"
+#include "emulator/kernel/paths.h"
 #include "platform/platform.h"
 #include "tests/support/bench.h"
 

@@ -152,7 +152,9 @@ TEST(BoxemuCompletion, OffersWhatTheBoxUnderstands)
     for (std::string line; std::getline(lines, line);)
         if (!line.starts_with(' ')) first.insert(line.substr(0, line.find(' ')));
     EXPECT_GE(first.size(), 10u);
-    const auto offered = [](const std::string& line) { return completions("emulator/boxemu.bash", "boxemu " + line); };
+    const auto offered = [](const std::string& line) {
+        return completions("emulator/remote/boxemu.bash", "boxemu " + line);
+    };
     EXPECT_EQ(offered("ctl ''"), first);
     EXPECT_EQ(offered("ctl --socket x ''"), first);
     EXPECT_EQ(offered("''"), Words{"ctl"});

@@ -1,6 +1,6 @@
 #include "tests/tools/tool.h"
 
-#include "emulator/edids.h"
+#include "emulator/world/edids.h"
 
 #include <array>
 #include <fstream>

@@ -1,0 +1,152 @@
+#include "emulator/bus/i2c_bus.h"
+
+#include "emulator/commands/commands.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+
+namespace emu {
+
+int I2cBus::next_error(Fault& fault)
+{
+    if (fault.every != 0 && ++fault.seen % fault.every == 0) return fault.error;
+    if (fault.skip > 0) {
+        --fault.skip;
+        return 0;
+    }
+    if (fault.count == 0) return 0;
+    if (fault.count != UINT64_MAX) --fault.count;
+    return fault.error;
+}
+
+int I2cBus::finish(const Transfer& transfer)
+{
+    log_[total_++ % LOG_SIZE] = transfer;
+    return -transfer.error;
+}
+
+int I2cBus::write(uint8_t address, std::span<const uint8_t> bytes)
+{
+    Transfer transfer{.time = time_.now(), .device = address};
+    if (!bytes.empty()) {
+        transfer.reg = bytes[0];
+        transfer.length = static_cast<uint8_t>(bytes.size() - 1);
+        std::copy_n(bytes.begin() + 1, std::min<size_t>(transfer.length, transfer.data.size()), transfer.data.begin());
+    }
+    Device* dev = device(address);
+    if (dev == nullptr) {
+        transfer.error = ENXIO;
+        return finish(transfer);
+    }
+    ++dev->transfers;
+    transfer.error = next_error(dev->fault);
+    if (transfer.error == 0) transfer.error = dev->target == nullptr ? ENXIO : -dev->target->write(bytes);
+    return finish(transfer);
+}
+
+int I2cBus::read(uint8_t address, std::span<const uint8_t> reg, std::span<uint8_t> out)
+{
+    Transfer transfer{.time = time_.now(), .device = address, .is_read = true};
+    transfer.reg = reg.empty() ? uint8_t{0} : reg[0];
+    transfer.length = static_cast<uint8_t>(out.size());
+    Device* dev = device(address);
+    if (dev == nullptr) {
+        transfer.error = ENXIO;
+        return finish(transfer);
+    }
+    ++dev->transfers;
+    transfer.error = next_error(dev->fault);
+    if (transfer.error == 0) transfer.error = dev->target == nullptr ? ENXIO : -dev->target->read(reg, out);
+    if (transfer.error == 0)
+        std::copy_n(out.begin(), std::min(out.size(), transfer.data.size()), transfer.data.begin());
+    return finish(transfer);
+}
+
+void I2cBus::fail(uint8_t address, uint64_t skip, uint64_t count, int error)
+{
+    devices_.at(address).fault = {.skip = skip, .count = count, .error = error};
+}
+
+void I2cBus::fail_every(uint8_t address, uint64_t k, int error)
+{
+    devices_.at(address).fault = {.every = k, .error = error};
+}
+
+std::string i2c_device_name(uint8_t device)
+{
+    switch (device) {
+    case 0x1C: return "board";
+    case 0x48: return "receiver";
+    case 0x4C: return "transmitter";
+    case 0x50: return "edidrom";
+    default: break;
+    }
+    char text[8];
+    std::snprintf(text, sizeof text, "0x%02x", device);
+    return text;
+}
+
+static std::string describe_transfer(const Transfer& transfer)
+{
+    char text[160];
+    int used =
+        std::snprintf(text, sizeof text, "%10.6f s  %-11s %-5s 0x%02x", static_cast<double>(transfer.time) / 1e6,
+                      i2c_device_name(transfer.device).c_str(), transfer.is_read ? "read" : "write", transfer.reg);
+    const size_t shown = std::min<size_t>(transfer.length, transfer.data.size());
+    for (size_t i = 0; i < shown && transfer.error == 0; ++i)
+        used += std::snprintf(text + used, sizeof text - static_cast<size_t>(used), " %02x", transfer.data[i]);
+    std::string line(text);
+    if (transfer.length > shown) line += " ... (" + std::to_string(transfer.length) + " bytes)";
+    if (transfer.error != 0) line += " failed, errno " + std::to_string(transfer.error);
+    return line;
+}
+
+std::string I2cBus::describe(size_t count) const
+{
+    std::string text;
+    for (size_t age = std::min(count, logged()); age > 0; --age) text += describe_transfer(last(age - 1)) + "\n";
+    return text;
+}
+
+static uint8_t take_device(Args& args)
+{
+    const std::string word = args.word("a device");
+    for (uint8_t device : {0x1C, 0x48, 0x4C, 0x50})
+        if (word == i2c_device_name(device)) return device;
+    return static_cast<uint8_t>(args.as_number(word, 0, 0x7F));
+}
+
+static Reply fail_command(I2cBus& bus, Args& args)
+{
+    const uint8_t device = take_device(args);
+    const std::string how = args.choice({"next", "all", "every"});
+    const uint64_t n = how == "all" ? 0 : static_cast<uint64_t>(args.number("a number of transfers", 1, 1'000'000'000));
+    uint64_t skip = 0;
+    if (args.more() && how == "next") {
+        args.keyword("after");
+        skip = static_cast<uint64_t>(args.number("a number of transfers", 0, 1'000'000'000));
+    }
+    args.end();
+    if (how == "next") bus.fail(device, skip, n, EIO);
+    if (how == "all") bus.fail_all(device, EIO);
+    if (how == "every") bus.fail_every(device, n, EIO);
+    return {};
+}
+
+void add_i2c_commands(CommandTable& commands, I2cBus& bus)
+{
+    commands.add("i2c fail",
+                 "DEVICE next N [after M] | all | every K   fail transfers to a device (board, receiver, "
+                 "transmitter, edidrom or 0x00 to 0x7f)",
+                 [&bus](Args& args) { return fail_command(bus, args); });
+    commands.add("i2c mend", "DEVICE   take a device's faults away", [&bus](Args& args) {
+        const uint8_t device = take_device(args);
+        args.end();
+        bus.mend(device);
+        return Reply{};
+    });
+    commands.add_show("transfers", [&bus] { return bus.describe(20); });
+}
+
+} // namespace emu

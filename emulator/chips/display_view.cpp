@@ -1,0 +1,333 @@
+#include "emulator/chips/display_view.h"
+
+#include "emulator/chips/transmitter_registers.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <numeric>
+
+namespace emu {
+
+namespace {
+
+using namespace tx;
+
+// ---------------------------------------------------------------- matrix
+
+/** Nine coefficients in register order, in units of 1/2048, and what is added in front of or behind them. */
+struct MatrixFigures {
+    std::array<double, 9> coefficients{};
+    std::array<uint8_t, 3> offsets{};
+};
+
+/** A converter's figures out of the luma weights of red and blue that a standard gives. */
+MatrixFigures expected_figures(const Matrix& matrix)
+{
+    const double red = matrix.itu709 ? 0.2126 : 0.299, blue = matrix.itu709 ? 0.0722 : 0.114;
+    const double green = 1 - red - blue;
+    constexpr double levels = 219, chroma_levels = 224; // of 8-bit video
+    const double rgb_levels = matrix.limited ? levels : 255;
+    if (matrix.kind == MatrixKind::RgbToYuv) {
+        // Rows Y, Cr, Cb over columns G, R, B.
+        const double y = levels / rgb_levels, c = chroma_levels / rgb_levels / 2;
+        const double cr = c / (1 - red), cb = c / (1 - blue);
+        const uint8_t black = matrix.limited ? 0x00 : 0x10;
+        return {{y * green, y * red, y * blue, -cr * green, cr * (1 - red), -cr * blue, -cb * green, -cb * red,
+                 cb * (1 - blue)},
+                {black, 0x80, black}};
+    }
+    // Rows G, R, B over columns Y, Cr, Cb.
+    const double y = rgb_levels / levels, c = 2 * rgb_levels / chroma_levels;
+    const double cr = c * (1 - red), cb = c * (1 - blue);
+    // Black of 16 is taken off behind the multiplication: 16 x 255/219 in units of 1/64, high byte first.
+    const uint8_t high = matrix.limited ? 0x00 : 0x04, low = matrix.limited ? 0x00 : 0xA7;
+    return {{y, -cr * red / green, -cb * blue / green, y, cr, 0, y, 0, cb}, {high, 0x00, low}};
+}
+
+bool fits(const std::array<uint8_t, 21>& bytes, const MatrixFigures& expected)
+{
+    constexpr double one = 2048, rounding = 6; // chip makers' tables differ from the exact figures by that much
+    if (!std::equal(expected.offsets.begin(), expected.offsets.end(), bytes.begin())) return false;
+    for (size_t i = 0; i < expected.coefficients.size(); ++i) {
+        int value = bytes[3 + 2 * i] | (bytes[4 + 2 * i] & 0x3F) << 8;
+        if (value >= 0x2000) value -= 0x4000; // 14 bits, two's complement
+        if (std::abs(value - expected.coefficients[i] * one) > rounding) return false;
+    }
+    return true;
+}
+
+// ---------------------------------------------------------------- signal and picture
+
+OutputSignal signal_of(const TransmitterOutput& out, AfeState afe)
+{
+    if (!out.enabled || afe != AfeState::Running) return OutputSignal::None;
+    return (out.bank0[REG_HDMI] & HDMI_MODE) != 0 ? OutputSignal::Hdmi : OutputSignal::Dvi;
+}
+
+AfeState afe_state(const TransmitterOutput& out)
+{
+    const auto& r = out.bank0;
+    const bool off = (r[REG_POWER] & POWER_DOWN) != 0 || (r[REG_CLOCKS] & CLOCKS_GATED) != 0 ||
+                     (r[REG_AFE_DRIVER] & DRIVER_OFF) != 0 || (r[REG_AFE_PLL_1] & PLL_1_OFF) != 0 ||
+                     (r[REG_AFE_PLL_2] & PLL_2_OFF) != 0;
+    if (off) return AfeState::Off;
+    const bool runs = (r[REG_AFE_DRIVER] & DRIVER_RESET) == 0 && (r[REG_AFE_PLL_1] & PLL_1_RUN) != 0 &&
+                      (r[REG_AFE_PLL_2] & PLL_2_RUN) != 0;
+    return runs ? AfeState::Running : AfeState::SetUp;
+}
+
+AfeRange afe_range(const TransmitterOutput& out)
+{
+    const uint8_t pll_1 = out.bank0[REG_AFE_PLL_1] & PLL_1_RANGE, pll_2 = out.bank0[REG_AFE_PLL_2] & PLL_2_RANGE;
+    const bool swing_low = (out.bank0[REG_AFE_SWING] & SWING_LOW) != 0;
+    if (pll_1 == PLL_1_HIGH && pll_2 == PLL_2_HIGH && !swing_low) return AfeRange::High;
+    if (pll_1 == PLL_1_LOW && pll_2 == PLL_2_LOW && swing_low) return AfeRange::Low;
+    return AfeRange::None;
+}
+
+Matrix matrix_in_use(const TransmitterOutput& out)
+{
+    const uint8_t mode = out.bank0[REG_CONVERTER] & CONVERTER_MODE;
+    const bool clocked = (out.bank0[REG_CLOCKS] & CLOCKS_CONVERTER_OFF) == 0;
+    const MatrixKind wanted = mode == CONVERTER_TO_YUV   ? MatrixKind::RgbToYuv
+                              : mode == CONVERTER_TO_RGB ? MatrixKind::YuvToRgb
+                                                         : MatrixKind::None;
+    if (wanted == MatrixKind::None) return {};
+    std::array<uint8_t, MATRIX_SIZE> bytes{};
+    std::copy_n(out.bank0.begin() + REG_MATRIX, bytes.size(), bytes.begin());
+    const Matrix found = recognise_matrix(bytes);
+    return clocked && found.kind == wanted ? found : Matrix{.kind = MatrixKind::Unknown};
+}
+
+OutputColour input_colour(const TransmitterOutput& out)
+{
+    const uint8_t bits = out.bank0[REG_INPUT] & INPUT_COLOUR;
+    return bits == INPUT_YUV422   ? OutputColour::Yuv422
+           : bits == INPUT_YUV444 ? OutputColour::Yuv444
+                                  : OutputColour::Rgb;
+}
+
+/** What leaves the chip: the converter changes between RGB and YUV, the AVI register has chroma doubled or halved. */
+OutputColour wire_colour(const DisplayView& view, const TransmitterOutput& out)
+{
+    bool rgb = view.input == OutputColour::Rgb;
+    if (view.matrix.kind != MatrixKind::None) rgb = (out.bank0[REG_CONVERTER] & CONVERTER_MODE) == CONVERTER_TO_RGB;
+    if (rgb) return OutputColour::Rgb;
+    const uint8_t sampling = out.bank1[REG_AVI] >> 5 & 0x03;
+    return sampling == 1 ? OutputColour::Yuv422 : sampling == 2 ? OutputColour::Yuv444 : view.input;
+}
+
+/** What the display takes the colours for. */
+OutputColour assumed_colour(const DisplayView& view)
+{
+    const bool told = view.signal == OutputSignal::Hdmi && view.avi.sent && view.avi.checksum_right;
+    return told ? view.avi.colour() : OutputColour::Rgb;
+}
+
+/** Why the colours come out wrong; empty when they are right. */
+std::string colour_fault(const DisplayView& view)
+{
+    const Matrix& matrix = view.matrix;
+    if (matrix.kind == MatrixKind::Unknown)
+        return "the colour converter runs with an unknown matrix or without a clock";
+    const bool fed_rgb = view.input == OutputColour::Rgb;
+    if (matrix.kind != MatrixKind::None && fed_rgb != (matrix.kind == MatrixKind::RgbToYuv))
+        return "the colour converter is fed the wrong way round";
+    const OutputColour assumed = assumed_colour(view);
+    if (assumed != view.wire)
+        return std::string("the cable carries ") + colour_name(view.wire) + ", the display takes it for " +
+               colour_name(assumed);
+    const bool taken = view.wire == OutputColour::Rgb || (view.wire == OutputColour::Yuv422 && view.display.yuv422) ||
+                       (view.wire == OutputColour::Yuv444 && view.display.yuv444);
+    return taken ? "" : std::string("the display does not take ") + colour_name(view.wire);
+}
+
+void judge_picture(DisplayView& view, const TransmitterOutput& out)
+{
+    const auto verdict = [&view](Picture picture, std::string why) {
+        view.picture = picture;
+        view.why = std::move(why);
+    };
+    if (!view.plugged) return verdict(Picture::NoSignal, "nothing is plugged in");
+    if (!out.enabled) return verdict(Picture::NoSignal, "the board keeps the output off");
+    if (view.signal == OutputSignal::None) return verdict(Picture::NoSignal, "the output stage does not run");
+    if (view.signal == OutputSignal::Hdmi && !view.display.hdmi)
+        return verdict(Picture::NoSignal, "the display knows DVI only and gets HDMI");
+    if (view.muted) return verdict(Picture::Blanked, "AV mute is set");
+    if (view.video_held) return verdict(Picture::Frozen, "the video path is held");
+    const std::string fault = colour_fault(view);
+    verdict(fault.empty() ? Picture::Good : Picture::WrongColours, fault);
+}
+
+// ---------------------------------------------------------------- info frames
+
+void check_frame(ReceivedFrame& frame, uint8_t type, uint8_t version, uint8_t length)
+{
+    const unsigned header = 0u + type + version + length;
+    frame.checksum_right = (std::accumulate(frame.data.begin(), frame.data.end(), header) & 0xFF) == 0;
+}
+
+bool sends(const TransmitterOutput& out, uint8_t control, OutputSignal signal)
+{
+    return signal == OutputSignal::Hdmi && (out.bank0[control] & SEND) != 0;
+}
+
+AviFrame avi_frame(const TransmitterOutput& out, OutputSignal signal)
+{
+    AviFrame frame;
+    frame.sent = sends(out, REG_SEND_AVI, signal);
+    const auto first = out.bank1.begin() + REG_AVI;
+    std::copy_n(first, 5, frame.data.begin() + 1);
+    frame.data[0] = first[5];
+    std::copy_n(first + 6, 8, frame.data.begin() + 6);
+    check_frame(frame, 0x82, 2, 13);
+    return frame;
+}
+
+ReceivedFrame audio_frame(const TransmitterOutput& out, OutputSignal signal)
+{
+    ReceivedFrame frame;
+    frame.sent = sends(out, REG_SEND_AUDIO, signal);
+    const auto first = out.bank1.begin() + REG_AUDIO_FRAME;
+    std::copy_n(first, 5, frame.data.begin() + 1);
+    frame.data[0] = first[5];
+    check_frame(frame, 0x84, 1, 10);
+    return frame;
+}
+
+/** HDMI's vendor frame: its identifier, the format, the 3D structure and, for half-size structures, their kind. */
+ReceivedFrame vendor_frame(const TransmitterOutput& out, OutputSignal signal)
+{
+    ReceivedFrame frame;
+    frame.sent = sends(out, REG_SEND_VENDOR, signal);
+    const auto first = out.bank1.begin() + REG_VENDOR_FRAME;
+    const bool half_size = first[1] > 0x7F;
+    frame.data = {first[3], 0x03, 0x0C, 0x00, first[0], first[1], half_size ? first[2] : uint8_t{0}};
+    check_frame(frame, 0x81, 1, half_size ? 6 : 5);
+    return frame;
+}
+
+// ---------------------------------------------------------------- sound
+
+uint32_t rate_of_code(uint8_t code)
+{
+    constexpr struct {
+        uint8_t code;
+        uint32_t hz;
+    } rates[] = {{0, 44100}, {2, 48000},  {3, 32000},  {4, 22050},   {6, 24000},
+                 {8, 88200}, {9, 768000}, {10, 96000}, {12, 176400}, {14, 192000}};
+    for (const auto& rate : rates)
+        if (rate.code == code) return rate.hz;
+    return 0;
+}
+
+/** Sample word length of channel status byte 4: bit 0 says whether 24 or 20 is the most, three bits how many less. */
+uint8_t word_bits(uint8_t code)
+{
+    constexpr uint8_t less[] = {0, 4, 2, 0, 1, 0, 3, 0}; // 0 also where the code is not defined
+    const uint8_t most = (code & 1) != 0 ? 24 : 20;
+    const uint8_t index = code >> 1 & 0x07;
+    const bool defined = index != 0 && index != 3 && index != 7;
+    return defined ? static_cast<uint8_t>(most - less[index]) : uint8_t{0};
+}
+
+ChannelStatus channel_status(const std::array<uint8_t, 256>& r)
+{
+    ChannelStatus status;
+    status.bytes = {static_cast<uint8_t>((r[REG_STATUS_MODE] & 0x7C) >> 1), r[REG_STATUS_CATEGORY],
+                    static_cast<uint8_t>((r[REG_STATUS_SOURCE] & 0x0F) | (r[REG_STATUS_CHANNEL] & 0x0F) << 4),
+                    r[REG_STATUS_RATE], r[REG_STATUS_WORD]};
+    status.pcm = (status.bytes[0] & 0x02) == 0;
+    status.rate_hz = rate_of_code(status.bytes[3] & 0x0F);
+    status.word_bits = word_bits(status.bytes[4] & 0x0F);
+    return status;
+}
+
+uint32_t twenty_bits(const std::array<uint8_t, 256>& r, uint8_t reg)
+{
+    return r[reg] | static_cast<uint32_t>(r[reg + 1]) << 8 | (r[reg + 2] & 0x0Fu) << 16;
+}
+
+/** Audio clock regeneration: 128 x rate = TMDS clock x N / CTS. */
+void regenerate_clock(Sound& sound, const TransmitterOutput& out)
+{
+    const uint64_t clock = out.pixel_clock_hz, wanted = uint64_t{128} * out.audio_rate_hz;
+    sound.n = twenty_bits(out.bank1, REG_N);
+    sound.cts_measured = (out.bank0[REG_CTS_SOURCE] & CTS_FROM_REGISTERS) == 0;
+    sound.cts = sound.cts_measured && wanted != 0 ? static_cast<uint32_t>((clock * sound.n + wanted / 2) / wanted)
+                                                  : twenty_bits(out.bank1, REG_CTS);
+    sound.n_allowed = uint64_t{300} * sound.n <= wanted && uint64_t{1500} * sound.n >= wanted;
+    const uint64_t divisor = uint64_t{128} * sound.cts;
+    if (divisor != 0) sound.heard_rate_hz = static_cast<uint32_t>((clock * sound.n + divisor / 2) / divisor);
+}
+
+Sound sound_of(const DisplayView& view, const TransmitterOutput& out)
+{
+    Sound sound;
+    sound.held = (out.bank0[REG_RESET] & RESET_AUDIO) != 0;
+    sound.broken = out.audio_overflown;
+    sound.spdif = (out.bank0[REG_AUDIO_ENABLE] & AUDIO_SPDIF) != 0;
+    const auto pairs = static_cast<uint8_t>(out.bank0[REG_AUDIO_ENABLE] & AUDIO_PAIRS);
+    sound.channels = static_cast<uint8_t>(2 * std::popcount(pairs));
+    sound.status = channel_status(out.bank1);
+    regenerate_clock(sound, out);
+    const bool fed = !sound.held && !sound.broken && sound.channels > 0 && !sound.spdif;
+    const bool told = view.audio.sent && view.audio.checksum_right;
+    // A display judges the rate by the clock it regenerates; 1 % is far outside what its converter follows.
+    const uint32_t rate = sound.status.rate_hz;
+    const bool in_step = rate != 0 && sound.heard_rate_hz >= rate / 100 * 99 && sound.heard_rate_hz <= rate / 100 * 101;
+    const bool heard = view.signal == OutputSignal::Hdmi && !view.muted && view.plugged && view.display.hdmi;
+    sound.plays = heard && fed && told && in_step && sound.n_allowed && view.display.basic_audio;
+    return sound;
+}
+
+uint8_t depth_bits(const TransmitterOutput& out)
+{
+    const unsigned code = (out.bank0[REG_GENERAL] & GENERAL_DEPTH) >> 4;
+    return code == 5 ? 10 : code == 6 ? 12 : code == 7 ? 16 : 8;
+}
+
+} // namespace
+
+Matrix recognise_matrix(const std::array<uint8_t, 21>& bytes)
+{
+    for (MatrixKind kind : {MatrixKind::RgbToYuv, MatrixKind::YuvToRgb})
+        for (bool itu709 : {false, true})
+            for (bool limited : {false, true}) {
+                const Matrix matrix{kind, itu709, limited};
+                if (fits(bytes, expected_figures(matrix))) return matrix;
+            }
+    return {.kind = MatrixKind::Unknown};
+}
+
+OutputColour AviFrame::colour() const
+{
+    const unsigned y = data[1] >> 5 & 0x03;
+    return y == 1 ? OutputColour::Yuv422 : y == 2 ? OutputColour::Yuv444 : OutputColour::Rgb;
+}
+
+DisplayView look(const Display& display, const TransmitterOutput& output)
+{
+    DisplayView view;
+    view.plugged = display.plugged();
+    view.name = display.name();
+    view.display = display.abilities();
+    view.afe = afe_state(output);
+    view.afe_range = afe_range(output);
+    view.signal = signal_of(output, view.afe);
+    view.video_held = (output.bank0[REG_RESET] & RESET_VIDEO) != 0;
+    view.muted = (output.bank0[REG_GENERAL] & GENERAL_MUTE) != 0;
+    view.input = input_colour(output);
+    view.matrix = matrix_in_use(output);
+    view.wire = wire_colour(view, output);
+    view.depth_bits = depth_bits(output);
+    view.avi = avi_frame(output, view.signal);
+    view.audio = audio_frame(output, view.signal);
+    view.vendor = vendor_frame(output, view.signal);
+    view.sound = sound_of(view, output);
+    judge_picture(view, output);
+    return view;
+}
+
+} // namespace emu

@@ -1,0 +1,119 @@
+/**
+ * @file
+ * What a display on the output shows and plays, worked out from the transmitter's registers the way a display does it:
+ * it knows the signal, the packets that come with it and nothing of the driver. Pure functions; any thread.
+ */
+#pragma once
+
+#include "emulator/world/display.h"
+
+#include <array>
+#include <cstdint>
+#include <string>
+
+namespace emu {
+
+enum class OutputSignal : uint8_t { None, Dvi, Hdmi };
+enum class OutputColour : uint8_t { Rgb, Yuv422, Yuv444 };
+enum class AfeState : uint8_t { Off, SetUp, Running };
+enum class AfeRange : uint8_t { None, Low, High };
+
+/** What a person sees. */
+enum class Picture : uint8_t {
+    NoSignal,
+    Blanked,      ///< AV mute
+    Frozen,       ///< a signal without a running picture
+    WrongColours, ///< the display takes the colours for what they are not, or cannot take them
+    Good,
+};
+
+enum class MatrixKind : uint8_t { None, Unknown, RgbToYuv, YuvToRgb };
+
+/** A colour converter matrix, recognised by its coefficients. */
+struct Matrix {
+    MatrixKind kind = MatrixKind::None;
+    bool itu709 = false;  ///< else ITU601
+    bool limited = false; ///< both sides in 16 to 235; else RGB fills 0 to 255
+    bool operator==(const Matrix&) const = default;
+};
+
+/** Recognise the 21 bytes of a matrix. */
+Matrix recognise_matrix(const std::array<uint8_t, 21>& bytes);
+
+/** An info frame that arrives; `checksum_right` as the display works it out. */
+struct ReceivedFrame {
+    bool sent = false;
+    bool checksum_right = false;
+    std::array<uint8_t, 14> data{}; ///< data bytes by their number in CTA-861; [0] is the checksum
+};
+
+struct AviFrame : ReceivedFrame {
+    OutputColour colour() const; ///< Y1 Y0; the reserved value counts as RGB
+    bool itu709() const { return data[2] >> 6 == 2; }
+    bool wide() const { return (data[2] >> 4 & 0x03) == 2; } ///< picture of 16:9
+    uint8_t vic() const { return data[4] & 0x7F; }
+    uint8_t repetition() const { return data[5] & 0x0F; }
+};
+
+struct ChannelStatus {
+    bool pcm = true;
+    uint32_t rate_hz = 0; ///< 0 where the code says none
+    uint8_t word_bits = 0;
+    std::array<uint8_t, 5> bytes{}; ///< IEC 60958 bytes 0 to 4
+};
+
+struct Sound {
+    bool held = true;     ///< the audio path of the transmitter stands still
+    bool broken = false;  ///< overflown; until the path was held
+    bool spdif = false;   ///< taken from S/PDIF instead of I2S
+    uint8_t channels = 0; ///< that the transmitter takes in
+    uint32_t n = 0, cts = 0;
+    bool cts_measured = true;
+    bool n_allowed = false;     ///< 128 x rate / N between 300 and 1500 Hz
+    uint32_t heard_rate_hz = 0; ///< that a display gets back from N, CTS and the TMDS clock
+    ChannelStatus status;
+    bool plays = false; ///< all of it together, at a display that takes audio
+};
+
+struct DisplayView {
+    bool plugged = false;
+    std::string name; ///< under which it was plugged in
+    DisplayAbilities display;
+    OutputSignal signal = OutputSignal::None;
+    Picture picture = Picture::NoSignal;
+    std::string why; ///< reason, where the picture is not good
+    AfeState afe = AfeState::Off;
+    AfeRange afe_range = AfeRange::None;
+    bool video_held = true;
+    bool muted = false;
+    OutputColour input = OutputColour::Rgb; ///< that the transmitter takes its input for
+    Matrix matrix;                          ///< kind None: bypassed
+    OutputColour wire = OutputColour::Rgb;  ///< that is on the cable
+    uint8_t depth_bits = 8;                 ///< per colour
+    AviFrame avi;
+    ReceivedFrame audio;  ///< audio info frame
+    ReceivedFrame vendor; ///< vendor-specific info frame
+    Sound sound;
+};
+
+/** What the transmitter puts out. */
+struct TransmitterOutput {
+    std::array<uint8_t, 256> bank0{}, bank1{};
+    bool enabled = false; ///< by the board
+    bool audio_overflown = false;
+    uint32_t pixel_clock_hz = 0, audio_rate_hz = 0; ///< that come in from the box
+};
+
+/** Work out what a display makes of an output. */
+DisplayView look(const Display& display, const TransmitterOutput& output);
+
+/** A colour format as people call it. */
+const char* colour_name(OutputColour colour);
+
+/** What a person sees, in a word or two. */
+const char* picture_name(Picture picture);
+
+/** The view as a person would describe it, several lines. */
+std::string describe(const DisplayView& view);
+
+} // namespace emu

@@ -1,0 +1,229 @@
+#include "emulator/chips/transmitter_chip.h"
+
+#include "emulator/chips/transmitter_registers.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace emu {
+
+namespace {
+
+using namespace tx;
+
+/** Registers of a bank from first to last: value after power-on, bits that keep what is written. */
+struct Rule {
+    uint8_t first, last, reset, writable;
+};
+
+// clang-format off
+constexpr Rule BANK_0[] = {
+    {0x00, 0x00, 0x45, 0x00}, {0x01, 0x01, 0x4D, 0x00}, {0x02, 0x02, 0x54, 0x00}, {0x03, 0x03, 0x01, 0x00}, // identity
+    {REG_RESET, REG_RESET, 0x1D, 0x3F},             // everything held
+    {REG_POWER, REG_POWER, 0x01, 0xFF},             // down
+    {REG_STATUS_1, 0x08, 0x00, 0x00},
+    {REG_MASK_1, REG_MASK_EXTENDED, 0xFF, 0xFF},    // all masked
+    {REG_CLEAR_1, REG_CLEAR_2, 0x00, 0xFF},
+    {REG_SYSTEM, REG_SYSTEM, 0x00, SYSTEM_CLEAR},
+    {REG_CLOCKS, REG_CLOCKS, 0x78, 0x7F},           // all gated
+    {DdcMaster::FIRST_REGISTER, DdcMaster::LAST_REGISTER, 0x00, 0x00}, // the DDC master keeps its own
+    {0x20, 0x20, 0x00, 0xFF},
+    {0x37, 0x37, 0x01, 0xFF},
+    {0x58, 0x59, 0x00, 0xFF},
+    {0x5C, 0x5C, 0x00, 0xFF},
+    {REG_SPDIF_STATUS, REG_SPDIF_STATUS, 0x00, 0x00},
+    {REG_AFE_DRIVER, REG_AFE_DRIVER, 0x30, 0xFF},   // off
+    {REG_AFE_PLL_1, REG_AFE_PLL_1, 0x44, 0xFF},     // off
+    {REG_AFE_PLL_2, REG_AFE_PLL_2, 0x40, 0xFF},     // off
+    {0x65, 0x65, 0x00, 0xFF},
+    {REG_AFE_SWING, REG_AFE_SWING, 0x00, 0xFF},
+    {REG_INPUT, REG_MATRIX + MATRIX_SIZE - 1, 0x00, 0xFF},
+    {0x8D, 0x8D, 0x00, 0xFF},
+    {REG_HDMI, REG_GENERAL, 0x00, 0xFF},
+    {REG_CTS_SOURCE, 0xC6, 0x00, 0xFF},
+    {REG_SEND_AVI, REG_SEND_AUDIO, 0x00, 0x03},
+    {0xD1, 0xD1, 0x00, 0xFF},
+    {REG_SEND_VENDOR, REG_SEND_VENDOR, 0x00, 0x03},
+    {REG_AUDIO_ENABLE, 0xE5, 0x00, 0xFF},
+    {REG_EXTENDED, REG_EXTENDED, 0x00, 0x00},
+    {REG_LOCK, REG_LOCK, 0xFF, 0xFF},
+};
+constexpr Rule BANK_1[] = {
+    {REG_CTS, REG_N + 2, 0x00, 0xFF},
+    {REG_AVI, 0x65, 0x00, 0xFF},
+    {REG_AUDIO_FRAME, 0x6D, 0x00, 0xFF},
+    {REG_VENDOR_FRAME, 0x83, 0x00, 0xFF},
+    {REG_STATUS_MODE, REG_STATUS_CHANNEL, 0x00, 0xFF},
+    {REG_STATUS_RATE, REG_STATUS_WORD, 0x00, 0xFF},
+};
+constexpr uint8_t PROTECTED[] = {0x20, 0x37, REG_CTS_SOURCE};
+// clang-format on
+
+constexpr uint8_t FIRST_BANKED = 0x30;
+
+/** The rules of a bank by register. */
+struct BankMap {
+    std::array<uint8_t, 256> reset{}, writable{};
+    std::array<bool, 256> exists{};
+};
+
+template<size_t N>
+constexpr BankMap make_map(const Rule (&rules)[N])
+{
+    BankMap map;
+    for (const Rule& rule : rules)
+        for (size_t reg = rule.first; reg <= rule.last; ++reg) {
+            map.reset[reg] = rule.reset;
+            map.writable[reg] = rule.writable;
+            map.exists[reg] = true;
+        }
+    return map;
+}
+
+constexpr BankMap MAP_0 = make_map(BANK_0), MAP_1 = make_map(BANK_1);
+
+bool is_ddc(uint8_t reg)
+{
+    return reg >= DdcMaster::FIRST_REGISTER && reg <= DdcMaster::LAST_REGISTER;
+}
+
+} // namespace
+
+TransmitterChip::TransmitterChip(Timeline& time)
+    : bank1_(MAP_1.reset), ddc_(time, display_, [this](DdcMaster::Interrupt what) {
+          latch(what == DdcMaster::Interrupt::BusHang ? STATUS_DDC_HANG : STATUS_DDC_FIFO);
+          if (what == DdcMaster::Interrupt::BusHang) raise_extended(EXTENDED_DDC_HANG);
+      })
+{
+    registers_ = MAP_0.reset;
+}
+
+void TransmitterChip::plug(Display display)
+{
+    display_ = std::move(display);
+    latch(STATUS_HOT_PLUG);
+}
+
+void TransmitterChip::unplug()
+{
+    if (!display_.plugged()) return;
+    display_ = {};
+    latch(STATUS_HOT_PLUG);
+}
+
+void TransmitterChip::pulse_hot_plug()
+{
+    latch(STATUS_HOT_PLUG);
+}
+
+void TransmitterChip::set_input(uint32_t pixel_clock_hz, uint32_t audio_rate_hz)
+{
+    pixel_clock_hz_ = pixel_clock_hz;
+    audio_rate_hz_ = audio_rate_hz;
+}
+
+void TransmitterChip::overflow_audio()
+{
+    audio_overflown_ = true;
+    latch(STATUS_AUDIO_OVERFLOW);
+}
+
+void TransmitterChip::fail_ddc_fifo()
+{
+    latch(STATUS_DDC_FIFO);
+}
+
+void TransmitterChip::raise_extended(uint8_t bits)
+{
+    registers_[REG_EXTENDED] |= bits;
+}
+
+void TransmitterChip::latch(uint8_t bits)
+{
+    registers_[REG_STATUS_1] |= bits;
+}
+
+bool TransmitterChip::pending() const
+{
+    const unsigned unmasked = (registers_[REG_STATUS_1] & ~registers_[REG_MASK_1]) |
+                              (registers_[REG_EXTENDED] & ~registers_[REG_MASK_EXTENDED]);
+    return (unmasked & 0xFF) != 0;
+}
+
+bool TransmitterChip::second_bank(uint8_t reg) const
+{
+    return reg >= FIRST_BANKED && (registers_[REG_CLOCKS] & CLOCKS_BANK) != 0;
+}
+
+uint8_t TransmitterChip::peek(int bank, uint8_t reg) const
+{
+    if (bank == 1 && reg >= FIRST_BANKED) return bank1_[reg];
+    if (is_ddc(reg)) return ddc_.peek(reg);
+    if (reg != REG_SYSTEM) return registers_[reg];
+    const unsigned level = display_.plugged() ? SYSTEM_HOT_PLUG : 0;
+    return static_cast<uint8_t>(registers_[REG_SYSTEM] | level | (pending() ? SYSTEM_PENDING : 0));
+}
+
+uint8_t TransmitterChip::read_register(uint8_t reg)
+{
+    return is_ddc(reg) ? ddc_.read(reg) : peek(second_bank(reg) ? 1 : 0, reg);
+}
+
+void TransmitterChip::write_register(uint8_t reg, uint8_t value)
+{
+    const bool bank_1 = second_bank(reg);
+    if (!(bank_1 ? MAP_1 : MAP_0).exists[reg])
+        ++stray_writes_;
+    else if (bank_1)
+        bank1_[reg] = value & MAP_1.writable[reg];
+    else
+        write_bank_0(reg, value);
+}
+
+void TransmitterChip::write_bank_0(uint8_t reg, uint8_t value)
+{
+    const bool is_protected = std::find(std::begin(PROTECTED), std::end(PROTECTED), reg) != std::end(PROTECTED);
+    if (is_protected && lock_ != Lock::Open) {
+        ++locked_writes_;
+        return;
+    }
+    if (is_ddc(reg)) return ddc_.write(reg, value);
+    if (reg == REG_EXTENDED) {
+        registers_[reg] &= static_cast<uint8_t>(~value);
+        return;
+    }
+    const uint8_t writable = MAP_0.writable[reg];
+    registers_[reg] = static_cast<uint8_t>((registers_[reg] & ~writable) | (value & writable));
+    after_write(reg);
+}
+
+void TransmitterChip::after_write(uint8_t reg)
+{
+    const uint8_t value = registers_[reg];
+    if (reg == REG_LOCK) write_lock(value);
+    if (reg == REG_RESET && (value & RESET_AUDIO) != 0) audio_overflown_ = false;
+    if (reg == REG_SYSTEM && (value & SYSTEM_CLEAR) == SYSTEM_CLEAR) {
+        registers_[REG_STATUS_1] &= static_cast<uint8_t>(~registers_[REG_CLEAR_1]);
+        registers_[REG_STATUS_2] &= static_cast<uint8_t>(~registers_[REG_CLEAR_2]);
+    }
+}
+
+void TransmitterChip::write_lock(uint8_t value)
+{
+    if (value == LOCK_FIRST)
+        lock_ = Lock::HalfOpen;
+    else
+        lock_ = value == LOCK_SECOND && lock_ == Lock::HalfOpen ? Lock::Open : Lock::Closed;
+}
+
+DisplayView TransmitterChip::view() const
+{
+    return look(display_, {.bank0 = registers_,
+                           .bank1 = bank1_,
+                           .enabled = enabled_,
+                           .audio_overflown = audio_overflown_,
+                           .pixel_clock_hz = pixel_clock_hz_,
+                           .audio_rate_hz = audio_rate_hz_});
+}
+
+} // namespace emu

@@ -1,0 +1,226 @@
+#include "emulator/world/edid_builder.h"
+
+#include <algorithm>
+#include <array>
+#include <cassert>
+#include <numeric>
+
+namespace emu {
+
+// clang-format off
+//                                   kHz   active blank front sync   active blank front sync  polarities, interlaced
+const EdidTiming TIMING_480P60    { 27000,   720,  138,   16,   62,    480,   45,    9,   6,  false, false, false};
+const EdidTiming TIMING_576P50    { 27000,   720,  144,   12,   64,    576,   49,    5,   5,  false, false, false};
+const EdidTiming TIMING_720P60    { 74250,  1280,  370,  110,   40,    720,   30,    5,   5,  true,  true,  false};
+const EdidTiming TIMING_720P50    { 74250,  1280,  700,  440,   40,    720,   30,    5,   5,  true,  true,  false};
+const EdidTiming TIMING_1080I60   { 74250,  1920,  280,   88,   44,    540,   22,    2,   5,  true,  true,  true};
+const EdidTiming TIMING_1080P60   {148500,  1920,  280,   88,   44,   1080,   45,    4,   5,  true,  true,  false};
+const EdidTiming TIMING_1080P50   {148500,  1920,  720,  528,   44,   1080,   45,    4,   5,  true,  true,  false};
+const EdidTiming TIMING_1024X768  { 65000,  1024,  320,   24,  136,    768,   38,    3,   6,  false, false, false};
+const EdidTiming TIMING_1280X800  { 71000,  1280,  160,   48,   32,    800,   23,    3,   6,  true,  false, false};
+const EdidTiming TIMING_1280X1024 {108000,  1280,  408,   48,  112,   1024,   42,    1,   3,  true,  true,  false};
+// clang-format on
+
+namespace {
+
+constexpr size_t DESCRIPTOR = 18;
+constexpr uint8_t TAG_NAME = 0xFC, TAG_RANGE = 0xFD;
+
+uint8_t low(unsigned value)
+{
+    return static_cast<uint8_t>(value & 0xFF);
+}
+
+/** High bits of two figures side by side: `a` shifted down to the upper nibble, `b` to the lower. */
+uint8_t high_nibbles(unsigned a, unsigned b)
+{
+    return low(((a >> 8) << 4) | ((b >> 8) & 0x0F));
+}
+
+void put_timing(uint8_t* at, const EdidTiming& t, uint16_t width_mm, uint16_t height_mm)
+{
+    const unsigned clock = t.clock_khz / 10;
+    const unsigned front_sync_high = ((t.h_front >> 8) << 6) | ((t.h_sync >> 8) << 4) |
+                                     ((static_cast<unsigned>(t.v_front) >> 4) << 2) |
+                                     (static_cast<unsigned>(t.v_sync) >> 4);
+    // Separate digital sync, then the polarities.
+    const unsigned flags =
+        0x18u | (t.interlaced ? 0x80u : 0u) | (t.v_positive ? 0x04u : 0u) | (t.h_positive ? 0x02u : 0u);
+    const std::array<uint8_t, DESCRIPTOR> bytes = {low(clock),
+                                                   low(clock >> 8),
+                                                   low(t.h_active),
+                                                   low(t.h_blank),
+                                                   high_nibbles(t.h_active, t.h_blank),
+                                                   low(t.v_active),
+                                                   low(t.v_blank),
+                                                   high_nibbles(t.v_active, t.v_blank),
+                                                   low(t.h_front),
+                                                   low(t.h_sync),
+                                                   low(((t.v_front & 0x0Fu) << 4) | (t.v_sync & 0x0Fu)),
+                                                   low(front_sync_high),
+                                                   low(width_mm),
+                                                   low(height_mm),
+                                                   high_nibbles(width_mm, height_mm),
+                                                   0,
+                                                   0,
+                                                   low(flags)};
+    std::copy(bytes.begin(), bytes.end(), at);
+}
+
+void put_name(uint8_t* at, std::string_view name)
+{
+    assert(name.size() <= 13);
+    at[3] = TAG_NAME;
+    std::fill(at + 5, at + DESCRIPTOR, uint8_t{' '});
+    std::copy(name.begin(), name.end(), at + 5);
+    if (name.size() < 13) at[5 + name.size()] = '\n';
+}
+
+void put_range(uint8_t* at, const EdidBase& base)
+{
+    const uint8_t bytes[] = {base.v_low_hz, base.v_high_hz, base.h_low_khz, base.h_high_khz, base.max_clock_10mhz};
+    at[3] = TAG_RANGE;
+    std::copy(std::begin(bytes), std::end(bytes), at + 5);
+    at[11] = '\n';
+    std::fill(at + 12, at + DESCRIPTOR, uint8_t{' '});
+}
+
+void put_header(EdidImage& b, const EdidBase& base)
+{
+    std::fill(b.begin() + 1, b.begin() + 7, uint8_t{0xFF});
+    const unsigned maker = ('E' - '@') << 10 | ('M' - '@') << 5 | ('U' - '@');
+    b[8] = low(maker >> 8);
+    b[9] = low(maker);
+    b[10] = low(base.product);
+    b[11] = low(base.product >> 8);
+    b[16] = 10;          // week
+    b[17] = 2014 - 1990; // year
+    b[18] = 1;
+    b[19] = 3;
+}
+
+void put_features(EdidImage& b, const EdidBase& base)
+{
+    b[20] = 0x80; // digital
+    b[21] = base.width_cm;
+    b[22] = base.height_cm;
+    b[23] = 120; // gamma 2.2
+    constexpr uint8_t colour = 0x08, srgb = 0x04, preferred_first = 0x02;
+    b[24] = colour | srgb | preferred_first;
+    constexpr uint8_t rec709_primaries[] = {0xEE, 0x91, 0xA3, 0x54, 0x4C, 0x99, 0x26, 0x0F, 0x50, 0x54};
+    std::copy(std::begin(rec709_primaries), std::end(rec709_primaries), b.begin() + 25);
+    b[35] = base.established[0];
+    b[36] = base.established[1];
+    std::fill(b.begin() + 38, b.begin() + 54, uint8_t{0x01}); // no standard timings
+}
+
+/** A block's payload may come in two parts. */
+EdidBytes data_block(uint8_t tag, std::initializer_list<uint8_t> payload, std::initializer_list<uint8_t> rest = {})
+{
+    const size_t length = payload.size() + rest.size();
+    assert(length < 32);
+    EdidBytes block(1 + length);
+    block[0] = low(static_cast<unsigned>(tag << 5) | static_cast<unsigned>(length));
+    std::copy(rest.begin(), rest.end(), std::copy(payload.begin(), payload.end(), block.begin() + 1));
+    return block;
+}
+
+} // namespace
+
+void edid_fix_checksum(EdidImage& image, size_t block)
+{
+    const auto first = image.begin() + static_cast<std::ptrdiff_t>(block * EDID_BLOCK);
+    const auto last = first + EDID_BLOCK - 1;
+    *last = low(0u - std::accumulate(first, last, 0u));
+}
+
+bool edid_checksum_right(const EdidImage& image, size_t block)
+{
+    const auto first = image.begin() + static_cast<std::ptrdiff_t>(block * EDID_BLOCK);
+    return low(std::accumulate(first, first + EDID_BLOCK, 0u)) == 0;
+}
+
+EdidImage edid_base(const EdidBase& base, uint8_t extensions)
+{
+    EdidImage b(EDID_BLOCK, 0);
+    put_header(b, base);
+    put_features(b, base);
+    const auto width_mm = static_cast<uint16_t>(base.width_cm * 10),
+               height_mm = static_cast<uint16_t>(base.height_cm * 10);
+    put_timing(&b[54], base.preferred, width_mm, height_mm);
+    put_timing(&b[72], base.second, width_mm, height_mm);
+    put_name(&b[90], base.name);
+    put_range(&b[108], base);
+    b[126] = extensions;
+    edid_fix_checksum(b, 0);
+    return b;
+}
+
+EdidBytes cta_video(std::initializer_list<uint8_t> vics)
+{
+    return data_block(2, vics);
+}
+EdidBytes cta_audio(std::initializer_list<uint8_t> descriptors)
+{
+    return data_block(1, descriptors);
+}
+EdidBytes cta_speakers(uint8_t allocation)
+{
+    return data_block(4, {allocation, 0, 0});
+}
+EdidBytes cta_capability(uint8_t flags)
+{
+    return data_block(7, {0, flags});
+}
+EdidBytes cta_colorimetry(uint8_t spaces)
+{
+    return data_block(7, {5, spaces, 0});
+}
+
+EdidBytes cta_hdmi(std::initializer_list<uint8_t> behind_oui)
+{
+    return data_block(3, {0x03, 0x0C, 0x00}, behind_oui); // 00-0C-03, least significant byte first
+}
+
+EdidImage edid_cta(uint8_t revision, uint8_t flags, std::initializer_list<EdidBytes> data_blocks,
+                   std::initializer_list<EdidTiming> timings, uint16_t width_mm, uint16_t height_mm)
+{
+    EdidImage b{0x02, revision, 0, flags};
+    for (const EdidBytes& block : data_blocks) b.insert(b.end(), block.begin(), block.end());
+    b[2] = low(static_cast<unsigned>(b.size()));
+    size_t at = b.size();
+    assert(at + timings.size() * DESCRIPTOR < EDID_BLOCK);
+    b.resize(EDID_BLOCK, 0);
+    for (const EdidTiming& timing : timings) {
+        put_timing(&b[at], timing, width_mm, height_mm);
+        at += DESCRIPTOR;
+    }
+    edid_fix_checksum(b, 0);
+    return b;
+}
+
+EdidImage edid_block_map(std::initializer_list<uint8_t> tags)
+{
+    EdidImage b(EDID_BLOCK, 0);
+    b[0] = 0xF0;
+    std::copy(tags.begin(), tags.end(), b.begin() + 1);
+    edid_fix_checksum(b, 0);
+    return b;
+}
+
+EdidImage edid_timing_extension(std::initializer_list<EdidTiming> timings, uint16_t width_mm, uint16_t height_mm)
+{
+    EdidImage b(EDID_BLOCK, 0);
+    b[0] = 0x10;
+    b[1] = 1; // version
+    b[2] = low(static_cast<unsigned>(timings.size()));
+    size_t at = 5; // behind the counts of the other two kinds of timing
+    for (const EdidTiming& timing : timings) {
+        put_timing(&b[at], timing, width_mm, height_mm);
+        at += DESCRIPTOR;
+    }
+    edid_fix_checksum(b, 0);
+    return b;
+}
+
+} // namespace emu

@@ -1,0 +1,315 @@
+#include "emulator/world/edids.h"
+
+#include "emulator/base/host_files.h"
+
+#include <algorithm>
+#include <cctype>
+
+namespace emu {
+
+namespace {
+
+// Byte 3 of a CTA extension of revision 2 and later.
+constexpr uint8_t UNDERSCAN = 0x80, BASIC_AUDIO = 0x40, YUV444 = 0x20, YUV422 = 0x10;
+constexpr uint8_t NATIVE = 0x80; // of a video identification code
+constexpr uint8_t TAG_CTA = 0x02, TAG_TIMINGS = 0x10;
+constexpr uint8_t RGB_RANGE_SELECTABLE = 0x4A, RGB_AND_YUV_RANGE_SELECTABLE = 0xCA; // always underscanned besides
+constexpr uint8_t XVYCC = 0x03;
+constexpr uint8_t FRONT_SPEAKERS = 0x01, SPEAKERS_5_1 = 0x0F;
+
+EdidImage join(std::initializer_list<EdidImage> blocks)
+{
+    EdidImage image;
+    for (const EdidImage& block : blocks) image.insert(image.end(), block.begin(), block.end());
+    return image;
+}
+
+EdidBytes stereo_pcm()
+{
+    return cta_audio({0x09, 0x07, 0x07});
+} // 2 channels, 32 to 48 kHz, 16 to 24 bits
+
+EdidBase tv_base(std::string_view name, uint16_t product)
+{
+    return {.name = name,
+            .product = product,
+            .width_cm = 93,
+            .height_cm = 52,
+            .preferred = TIMING_1080P60,
+            .second = TIMING_720P60,
+            .v_low_hz = 49,
+            .max_clock_10mhz = 15};
+}
+
+EdidImage dvi()
+{
+    EdidBase base = {.name = "Emu Desk 19",
+                     .product = 0x1901,
+                     .width_cm = 38,
+                     .height_cm = 30,
+                     .established = {0x21, 0x08}, // 640x480, 800x600, 1024x768, all at 60 Hz
+                     .preferred = TIMING_1280X1024,
+                     .second = TIMING_1024X768,
+                     .h_low_khz = 30,
+                     .h_high_khz = 80,
+                     .max_clock_10mhz = 11};
+    return edid_base(base, 0);
+}
+
+EdidImage tv()
+{
+    return join({edid_base(tv_base("Emu TV 42", 0x4201), 1),
+                 edid_cta(3, UNDERSCAN | BASIC_AUDIO | YUV444 | YUV422,
+                          {cta_video({NATIVE | 16, 31, 4, 19, 5, 20, 3, 18, 2, 17, 1}),
+                           cta_audio({0x09, 0x07, 0x07, 0x15, 0x07, 0x50}), cta_speakers(SPEAKERS_5_1),
+                           cta_hdmi({0x10, 0x00, 0x38, 0x2D}), cta_capability(RGB_AND_YUV_RANGE_SELECTABLE),
+                           cta_colorimetry(XVYCC)},
+                          {TIMING_1080I60, TIMING_480P60}, 930, 520)});
+}
+
+/** A TV that differs from others in the colour and audio flags of its extension. */
+EdidImage plain_tv(std::string_view name, uint16_t product, uint8_t flags)
+{
+    const uint8_t range = (flags & (YUV444 | YUV422)) != 0 ? RGB_AND_YUV_RANGE_SELECTABLE : RGB_RANGE_SELECTABLE;
+    const EdidBytes sound = (flags & BASIC_AUDIO) != 0 ? stereo_pcm() : EdidBytes{};
+    const EdidBytes speakers = (flags & BASIC_AUDIO) != 0 ? cta_speakers(FRONT_SPEAKERS) : EdidBytes{};
+    return join({edid_base(tv_base(name, product), 1), edid_cta(3, static_cast<uint8_t>(flags | UNDERSCAN),
+                                                                {cta_video({NATIVE | 16, 4, 3, 2, 1}), sound, speakers,
+                                                                 cta_hdmi({0x20, 0x00}), cta_capability(range)},
+                                                                {TIMING_480P60}, 930, 520)});
+}
+
+/** An early HDMI-socket panel: its extension lists timings and nothing else. */
+EdidImage rev1()
+{
+    EdidBase base = tv_base("Emu Panel 1", 0x0101);
+    base.preferred = TIMING_720P60;
+    base.second = TIMING_480P60;
+    base.max_clock_10mhz = 8;
+    return join({edid_base(base, 1), edid_cta(1, 0, {}, {TIMING_720P50, TIMING_576P50}, 930, 520)});
+}
+
+EdidImage hdmi_extension()
+{
+    return edid_cta(3, UNDERSCAN | BASIC_AUDIO | YUV444 | YUV422,
+                    {cta_video({NATIVE | 16, 31, 4, 19, 3, 18, 2, 17, 1}), stereo_pcm(), cta_speakers(FRONT_SPEAKERS),
+                     cta_hdmi({0x30, 0x00, 0x00, 0x2D}), cta_capability(RGB_AND_YUV_RANGE_SELECTABLE)},
+                    {TIMING_1080I60}, 930, 520);
+}
+
+/** A second extension that adds timings to the first one. */
+EdidImage timings_extension()
+{
+    return edid_cta(3, UNDERSCAN | BASIC_AUDIO | YUV444 | YUV422, {cta_video({20, 5})}, {TIMING_1080P50, TIMING_720P50},
+                    930, 520);
+}
+
+EdidImage two_cea()
+{
+    return join({edid_base(tv_base("Emu Wall 55", 0x5501), 3), edid_block_map({TAG_CTA, TAG_CTA}), hdmi_extension(),
+                 timings_extension()});
+}
+
+EdidImage five_blocks()
+{
+    return join({edid_base(tv_base("Emu Studio 32", 0x3201), 4), edid_block_map({TAG_CTA, TAG_CTA, TAG_TIMINGS}),
+                 hdmi_extension(), timings_extension(), edid_timing_extension({TIMING_1280X1024}, 930, 520)});
+}
+
+/** A projector has no picture size of its own, and no loudspeakers worth the name. */
+EdidImage projector()
+{
+    EdidBase base = {.name = "Emu Beam 800",
+                     .product = 0x0801,
+                     .width_cm = 0,
+                     .height_cm = 0,
+                     .established = {0x21, 0x08},
+                     .preferred = TIMING_1280X800,
+                     .second = TIMING_1024X768,
+                     .v_low_hz = 49,
+                     .v_high_hz = 85,
+                     .h_high_khz = 92,
+                     .max_clock_10mhz = 16};
+    return join({edid_base(base, 1),
+                 edid_cta(3, UNDERSCAN | BASIC_AUDIO | YUV444 | YUV422,
+                          {cta_video({4, 19, 16, 31, 3, 18, 2, 17, 1}), stereo_pcm(), cta_speakers(FRONT_SPEAKERS),
+                           cta_hdmi({0x10, 0x00}), cta_capability(RGB_AND_YUV_RANGE_SELECTABLE)},
+                          {TIMING_720P60})});
+}
+
+EdidImage bad_sum()
+{
+    EdidImage image = tv();
+    image[EDID_BLOCK - 1] ^= 0x01;
+    return image;
+}
+
+/** The header is wrong, the checksum is right: what a display with a worn-out EEPROM cell gives. */
+EdidImage bad_header()
+{
+    EdidImage image = tv();
+    image[3] = 0xFE;
+    edid_fix_checksum(image, 0);
+    return image;
+}
+
+/** What goes into one extension of the hostile display. */
+struct Trap {
+    uint8_t timings_at; ///< byte 2: where the data blocks are said to end
+    EdidBytes blocks;   ///< data blocks from byte 4 on
+    size_t lie_at;      ///< where the lying header byte stands
+    uint8_t lie;
+};
+
+/** Fill bytes of an extension with capability blocks, so that a walk over the data blocks ends up at `to`. */
+void lead_to(uint8_t* x, size_t from, size_t to)
+{
+    constexpr size_t longest = 32;
+    while (from < to) {
+        const size_t length = std::min(to - from, longest);
+        x[from] = static_cast<uint8_t>(0xE0 | (length - 1)); // tag 7
+        from += length;
+    }
+}
+
+/** Lengths that lie: data blocks that run past the timings, past the block and past the image; empty vendor blocks. */
+EdidImage hostile()
+{
+    EdidImage image = join({edid_base(tv_base("Emu Trap 66", 0x6601), 4), EdidImage(4 * EDID_BLOCK, 0)});
+    const Trap traps[] = {
+        {0xFF, {}, 126, 0x7F},     // vendor block of 31 bytes in the last byte but one
+        {0x7F, {0x60}, 120, 0x5F}, // vendor block without an identifier, then 31 video codes
+        {0x00, {}, 4, 0x3F},       // data blocks end before they begin
+        {0xFF, {0x65, 0x03, 0x0C, 0x00, 0x10, 0x00}, 100, 0x3F}, // a good identifier, then audio over the end
+    };
+    size_t block = 1;
+    for (const Trap& trap : traps) {
+        uint8_t* x = &image[block * EDID_BLOCK];
+        x[0] = TAG_CTA;
+        x[1] = 3;
+        x[2] = trap.timings_at;
+        x[3] = UNDERSCAN | BASIC_AUDIO | YUV444 | YUV422;
+        std::copy(trap.blocks.begin(), trap.blocks.end(), x + 4);
+        lead_to(x, 4 + trap.blocks.size(), trap.lie_at);
+        x[trap.lie_at] = trap.lie;
+        edid_fix_checksum(image, block++);
+    }
+    return image;
+}
+
+std::vector<ShippedEdid> make_shipped()
+{
+    const uint8_t sound = BASIC_AUDIO;
+    return {
+        {"dvi", "DVI monitor without an extension", true, dvi()},
+        {"tv", "HDMI TV with two blocks: RGB, YCbCr 4:4:4 and 4:2:2, 5.1 sound", true, tv()},
+        {"yuv444", "HDMI TV that lists YCbCr 4:4:4 without 4:2:2", true,
+         plain_tv("Emu TV 444", 0x4441, sound | YUV444)},
+        {"yuv422", "HDMI TV that lists YCbCr 4:2:2 without 4:4:4", true,
+         plain_tv("Emu TV 422", 0x4221, sound | YUV422)},
+        {"rgb", "HDMI TV for RGB only", true, plain_tv("Emu TV RGB", 0x1001, sound)},
+        {"noaudio", "HDMI monitor without basic audio", true, plain_tv("Emu Silent 24", 0x2401, YUV444 | YUV422)},
+        {"rev1", "panel with an extension of revision 1", true, rev1()},
+        {"two-cea", "HDMI TV with a block map and two CTA extensions", true, two_cea()},
+        {"five-blocks", "HDMI monitor with a block map and three more extensions", true, five_blocks()},
+        {"projector", "HDMI projector without a picture size", true, projector()},
+        {"bad-sum", "the TV with a wrong checksum in its base block", false, bad_sum()},
+        {"bad-header", "the TV with a broken header", false, bad_header()},
+        {"hostile", "data block lengths that run past every end", false, hostile()},
+    };
+}
+
+constexpr size_t MOST_BLOCKS = 256;
+
+EdidImage checked_size(EdidImage image)
+{
+    if (image.empty()) throw EdidError("holds no bytes");
+    if (image.size() % EDID_BLOCK != 0)
+        throw EdidError("holds " + std::to_string(image.size()) + " bytes, which are no whole blocks of 128");
+    if (image.size() > MOST_BLOCKS * EDID_BLOCK)
+        throw EdidError("holds " + std::to_string(image.size() / EDID_BLOCK) + " blocks; 256 is the most");
+    return image;
+}
+
+bool is_text(const std::string& content)
+{
+    return std::all_of(content.begin(), content.end(), [](char c) {
+        const auto byte = static_cast<unsigned char>(c);
+        return std::isprint(byte) != 0 || std::isspace(byte) != 0;
+    });
+}
+
+/** Append the bytes of one word of a text. */
+void append_hex(EdidImage& image, std::string word, size_t line)
+{
+    if (word.starts_with("0x") || word.starts_with("0X")) word = word.substr(2);
+    const bool digits = std::all_of(word.begin(), word.end(), [](unsigned char c) { return std::isxdigit(c) != 0; });
+    if (word.empty() || !digits || word.size() % 2 != 0)
+        throw EdidError("line " + std::to_string(line) + ": '" + word.substr(0, 20) + "' is no hexadecimal byte");
+    for (size_t i = 0; i < word.size(); i += 2)
+        image.push_back(static_cast<uint8_t>(std::stoi(word.substr(i, 2), nullptr, 16)));
+}
+
+EdidImage parse_hex(const std::string& text)
+{
+    EdidImage image;
+    std::string word;
+    size_t line = 1;
+    bool comment = false;
+    for (char c : text + "\n") {
+        if (c == '#') comment = true;
+        const bool between = comment || c == ',' || std::isspace(static_cast<unsigned char>(c)) != 0;
+        if (!between) word += c;
+        if (between && !word.empty()) {
+            append_hex(image, word, line);
+            word.clear();
+        }
+        if (c != '\n') continue;
+        ++line;
+        comment = false;
+    }
+    return image;
+}
+
+} // namespace
+
+const std::vector<ShippedEdid>& shipped_edids()
+{
+    static const std::vector<ShippedEdid> shipped = make_shipped();
+    return shipped;
+}
+
+EdidImage parse_edid_file(const std::string& content)
+{
+    return checked_size(is_text(content) ? parse_hex(content) : EdidImage(content.begin(), content.end()));
+}
+
+const ShippedEdid* find_shipped_edid(std::string_view name)
+{
+    for (const ShippedEdid& edid : shipped_edids())
+        if (edid.name == name) return &edid;
+    return nullptr;
+}
+
+EdidImage read_edid_file(const std::string& file)
+{
+    constexpr size_t letters = 8; // of a text for a byte: "0x00, " and a share of the comments
+    try {
+        return parse_edid_file(read_host_file(file, letters * MOST_BLOCKS * EDID_BLOCK));
+    } catch (const HostFileError& error) {
+        throw EdidError(error.what());
+    }
+}
+
+EdidImage find_edid(const std::string& name_or_file)
+{
+    const ShippedEdid* shipped = find_shipped_edid(name_or_file);
+    return shipped != nullptr ? shipped->image : read_edid_file(name_or_file);
+}
+
+void save_edid(const EdidImage& image, const std::string& file)
+{
+    write_host_file(file, {reinterpret_cast<const char*>(image.data()), image.size()});
+}
+
+} // namespace emu

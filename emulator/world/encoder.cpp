@@ -1,0 +1,272 @@
+#include "emulator/world/encoder.h"
+
+#include "emulator/commands/commands.h"
+
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <fcntl.h>
+#include <filesystem>
+#include <sstream>
+#include <stdexcept>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+namespace emu {
+
+namespace {
+
+constexpr std::string_view SCRIPT = "/kxbin/enc.sh";
+constexpr std::string_view SCRIPT_PUT_ASIDE = "/kxbin/enc.sh.missing";
+constexpr std::string_view LOG = "/run/encoder/log";
+constexpr std::string_view BEHAVIOUR = "/run/encoder/behaviour";
+constexpr std::string_view WRITING = "/run/encoder/writing"; // the script's pid while its file is open
+constexpr std::string_view KIND = "/run/encoder/kind";
+constexpr std::string_view INPUT = "/run/encoder/input"; // port and format of what is recorded
+
+constexpr uint64_t FILE_LIMIT = UINT32_MAX; ///< vfat has no larger files
+constexpr std::chrono::minutes PATIENCE{2}; ///< for a process to do what it does in milliseconds on an idle machine
+
+/** Whether a process runs; one that has ended and waits for its parent to notice does not. */
+bool runs(pid_t pid)
+{
+    char name[32], text[256] = {};
+    std::snprintf(name, sizeof name, "/proc/%d/stat", static_cast<int>(pid));
+    const int file = ::open(name, O_RDONLY | O_CLOEXEC);
+    if (file < 0) return false;
+    const bool got = ::read(file, text, sizeof text - 1) > 0;
+    ::close(file);
+    const char* state = std::strrchr(text, ')'); // behind the program's name
+    return got && state != nullptr && std::strncmp(state, ") Z", 3) != 0 && std::strncmp(state, ") X", 3) != 0;
+}
+
+/** Whether a child of this process has ended that nobody has collected, or there is no child. */
+bool a_child_has_ended()
+{
+    siginfo_t ended{};
+    return ::waitid(P_ALL, 0, &ended, WEXITED | WNOHANG | WNOWAIT) != 0 || ended.si_pid != 0;
+}
+
+/** Wait in real time until something is so. Throws when patience ends: whatever came next would be of another run. */
+template<typename Condition>
+void wait_until(const std::string& what, Condition condition)
+{
+    const auto end = std::chrono::steady_clock::now() + PATIENCE;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > end)
+            throw std::runtime_error("waited for two minutes, and still not so: " + what);
+        std::this_thread::sleep_for(std::chrono::microseconds(500));
+    }
+}
+
+void wait_for_end(pid_t pid)
+{
+    wait_until("process " + std::to_string(pid) + " has ended", [pid] { return !runs(pid); });
+}
+
+} // namespace
+
+Encoder::Encoder(const RootFs& root, const Timeline& time, EncoderKind kind) : root_(root), time_(time), kind_(kind)
+{
+    set_missing(false);
+    root_.make_empty("/run/encoder");
+    root_.write(LOG, "");
+    root_.write(KIND, kind == EncoderKind::Ffmpeg ? "ffmpeg\n" : "bookkeeping\n");
+    behave();
+    show_input(-1, "");
+    log_ = ::open(root_.map(LOG).c_str(), O_RDONLY | O_CLOEXEC);
+}
+
+Encoder::~Encoder()
+{
+    ::close(log_);
+}
+
+/** The script appends each line in one write, so what is there ends with a line. */
+void Encoder::read_log()
+{
+    char text[4096];
+    for (;;) {
+        const ssize_t got = ::pread(log_, text, sizeof text, log_read_);
+        const std::string_view seen(text, got > 0 ? static_cast<size_t>(got) : 0);
+        const size_t whole = seen.rfind('\n');
+        if (whole == std::string_view::npos) return;
+        log_read_ += static_cast<off_t>(whole + 1);
+        std::istringstream lines{std::string(seen.substr(0, whole))};
+        for (std::string line; std::getline(lines, line);) take_line(line);
+    }
+}
+
+void Encoder::take_line(const std::string& line)
+{
+    std::istringstream words(line);
+    std::string what;
+    Recording said;
+    words >> what >> said.pid;
+    if (what == "running") {
+        words >> said.writer >> said.width >> said.height >> said.frame_rate >> said.sample_rate >> said.channels >>
+            said.bit_rate;
+        std::getline(words >> std::ws, said.file);
+        said.start = time_.now();
+        recording_ = said;
+        ++recordings_;
+        starting_ = false;
+    } else if (what == "ended") {
+        grow();
+        if (recording_ && recording_->pid == said.pid) recording_.reset();
+    } else if (what == "refused") {
+        wait_for_end(said.pid);
+        starting_ = false;
+    }
+}
+
+void Encoder::grow()
+{
+    if (!recording_ || kind_ != EncoderKind::Bookkeeping) return;
+    const uint64_t rate = rate_override_ != 0 ? rate_override_ : recording_->bit_rate;
+    const double bytes = static_cast<double>(rate) / 8 * (static_cast<double>(time_.now() - recording_->start) / 1e6);
+    const auto size = static_cast<off_t>(std::min(bytes, static_cast<double>(FILE_LIMIT)));
+    struct stat now {};
+    if (::stat(recording_->file.c_str(), &now) != 0 || size <= now.st_size) return;
+    // A file that has been removed since stays removed; any other failure shows as a file that does not grow.
+    if (::truncate(recording_->file.c_str(), size) != 0) return;
+}
+
+void Encoder::settle()
+{
+    if (!starting_) return;
+    wait_until("the encoder's script has said that it runs or refuses, or ended without a word", [this] {
+        const bool ended = a_child_has_ended(); // one that finds no script says nothing
+        read_log();
+        return ended || !starting_;
+    });
+    starting_ = false;
+}
+
+void Encoder::catch_up()
+{
+    read_log();
+    notice_death();
+    grow();
+}
+
+/** A script that is killed says nothing, and what writes for it would go on for ever. */
+void Encoder::notice_death()
+{
+    if (!recording_ || runs(recording_->pid)) return;
+    read_log(); // it may have ended well since
+    if (!recording_) return;
+    if (recording_->writer > 0) ::kill(recording_->writer, SIGKILL);
+    recording_.reset();
+}
+
+bool Encoder::die()
+{
+    settle();
+    catch_up();
+    if (!recording_) return false;
+    for (pid_t pid : {recording_->pid, recording_->writer}) {
+        if (pid <= 0) continue;
+        ::kill(pid, SIGKILL);
+        wait_for_end(pid);
+    }
+    root_.write(WRITING, "");
+    recording_.reset();
+    return true;
+}
+
+void Encoder::hang(unsigned milliseconds)
+{
+    root_.write(BEHAVIOUR, "hang " + std::to_string(milliseconds) + "\n");
+}
+
+void Encoder::refuse()
+{
+    root_.write(BEHAVIOUR, "refuse\n");
+}
+
+void Encoder::behave()
+{
+    root_.write(BEHAVIOUR, "ok\n");
+}
+
+void Encoder::set_missing(bool missing)
+{
+    const std::string_view from = missing ? SCRIPT : SCRIPT_PUT_ASIDE;
+    if (root_.exists(from)) std::filesystem::rename(root_.map(from), root_.map(missing ? SCRIPT_PUT_ASIDE : SCRIPT));
+}
+
+void Encoder::show_input(int port, std::string_view format)
+{
+    const std::string text = std::to_string(port) + " " + (format.empty() ? "no picture" : std::string(format)) + "\n";
+    if (text == input_) return;
+    input_ = text;
+    root_.write(INPUT, text);
+}
+
+void Encoder::lose_card()
+{
+    catch_up();
+    if (recording_ && recording_->writer > 0) ::kill(recording_->writer, SIGKILL);
+}
+
+bool Encoder::script_there() const
+{
+    return root_.exists(SCRIPT);
+}
+
+std::string Encoder::behaviour() const
+{
+    const std::string line = root_.read(BEHAVIOUR);
+    return line.substr(0, line.find('\n'));
+}
+
+std::string Encoder::describe() const
+{
+    std::string text = script_there() ? "behaviour: " + behaviour() + "\n" : "the script is missing\n";
+    if (!recording_) return text + "idle, " + std::to_string(recordings_) + " recordings so far\n";
+    const Recording& now = *recording_;
+    return text + "writes " + now.file + ", " + std::to_string(now.width) + "x" + std::to_string(now.height) + " at " +
+           std::to_string(now.frame_rate) + " Hz, " + std::to_string(now.sample_rate) + " Hz in " +
+           std::to_string(now.channels) + " channels, " + std::to_string(now.bit_rate / 1000) + " kbit/s, for " +
+           std::to_string((time_.now() - now.start) / 1'000'000) + " s\n";
+}
+
+static Reply hang_command(Encoder& encoder, Args& args)
+{
+    const auto delay = args.more() ? args.number("milliseconds", 0, 86'400'000) : 300;
+    args.end();
+    encoder.hang(static_cast<unsigned>(delay));
+    return {};
+}
+
+void add_encoder_commands(CommandTable& commands, Encoder& encoder)
+{
+    commands.add_action("encoder refuse", "  end at once when started", [&encoder] { encoder.refuse(); });
+    commands.add_action("encoder go", "  go on when it hangs, and behave", [&encoder] { encoder.behave(); });
+    commands.add("encoder hang", "[MS]   after 'q', end only after so many milliseconds of the PC's time (300)",
+                 [&encoder](Args& args) { return hang_command(encoder, args); });
+    commands.add_action("encoder ok", "  be there and behave", [&encoder] {
+        encoder.set_missing(false);
+        encoder.behave();
+    });
+    commands.add_action("encoder die", "  the encoder that runs dies", [&encoder] {
+        if (!encoder.die()) throw NotNow("no encoder runs");
+    });
+    commands.add_action("encoder missing", "  the script is not there", [&encoder] { encoder.set_missing(true); });
+    commands.add_number("encoder rate", "KBIT   bookkeeping only: let files grow at so many kbit/s; 0 as configured",
+                        {"kbit/s", 0, 100'000'000}, [&encoder](long long rate) {
+                            encoder.catch_up();
+                            encoder.set_rate(static_cast<uint64_t>(rate));
+                        });
+    commands.add_show("encoder", [&encoder] {
+        encoder.catch_up();
+        return encoder.describe();
+    });
+}
+
+} // namespace emu
