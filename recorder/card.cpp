@@ -1,8 +1,8 @@
 #include "recorder/card.h"
 
 #include "platform/platform.h"
+#include "recorder/daemon_settings.h"
 #include "recorder/log.h"
-#include "recorder/options.h"
 #include "recorder/panel.h"
 #include "services/storage.h"
 

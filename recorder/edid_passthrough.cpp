@@ -2,8 +2,8 @@
 
 #include "hdmitx/edid_rom.h"
 #include "hdmitx/hdmitx.h"
+#include "recorder/daemon_settings.h"
 #include "recorder/log.h"
-#include "recorder/options.h"
 #include "recorder/state.h"
 
 #include <array>

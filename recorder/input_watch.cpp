@@ -2,7 +2,6 @@
 
 #include "hdmirx/hdmirx.h"
 #include "hdmitx/hdmitx.h"
-#include "recorder/recording.h"
 #include "recorder/timer.h"
 
 namespace capd {
@@ -39,12 +38,13 @@ void input_went()
     timer_start(&blank_timer);
 }
 
-void input_stays_away()
+/** @return whether it has just been found to be gone for good */
+bool input_stays_away()
 {
-    if (timer_expired(&blank_timer, BLANK_DELAY_US) != 1) return;
+    if (timer_expired(&blank_timer, BLANK_DELAY_US) != 1) return false;
     hdmitx_blank();
     timer_reset(&blank_timer);
-    _auto_stop();
+    return true;
 }
 
 } // namespace
@@ -54,22 +54,23 @@ bool input_is_stable()
     return stable;
 }
 
-void check_input()
+bool check_input()
 {
     const int result = hdmirx_is_stable(0);
     const bool same = result == last_result;
+    bool gone = false;
     if (result == 0) {
         if (same)
             input_stays();
         else
             input_came();
+    } else if (same) {
+        gone = input_stays_away();
     } else {
-        if (same)
-            input_stays_away();
-        else
-            input_went();
+        input_went();
     }
     last_result = result;
+    return gone;
 }
 
 void restart_unblank_delay()

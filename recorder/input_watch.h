@@ -1,8 +1,7 @@
 /**
  * @file
- * Watch over the input's stability: blanks the output and stops a recording when the input is gone at two checks in a
- * row, unblanks the output once it has been back for a while. Main thread only; a check blocks for four to eight I2C
- * reads, and for as long as a recording takes to be stopped.
+ * Watch over the input's stability: blanks the output when the input is gone at two checks in a row, unblanks it once
+ * the input has been back for a while. Main thread only; a check blocks for four to eight I2C reads.
  */
 #pragma once
 
@@ -11,8 +10,8 @@ namespace capd {
 /** Whether the input was stable at the last check. */
 bool input_is_stable();
 
-/** Make one check. The loop calls it every 80 ms. */
-void check_input();
+/** Make one check. The loop calls it every 80 ms. @return whether the input is now gone, which ends a recording */
+bool check_input();
 
 /**
  * Have the output unblanked again if the input stays stable: the first try may have been lost on the bus, and a display

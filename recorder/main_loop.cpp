@@ -3,10 +3,11 @@
 #include "hdmirx/hdmirx.h"
 #include "hdmitx/hdmitx.h"
 #include "platform/platform.h"
+#include "recorder/daemon_settings.h"
 #include "recorder/input_watch.h"
 #include "recorder/keys.h"
 #include "recorder/log.h"
-#include "recorder/options.h"
+#include "recorder/recording.h"
 #include "recorder/recording_watch.h"
 #include "recorder/self_test.h"
 #include "recorder/state.h"
@@ -60,7 +61,7 @@ void main_loop_pass(LoopTimers* timers)
 {
     const RecorderState state = recorder_state();
     if (timer_expired(&timers->input_poll, INPUT_POLL_US) == 1) poll_input();
-    if (timer_expired(&timers->stability, STABILITY_US) == 1) check_input();
+    if (timer_expired(&timers->stability, STABILITY_US) == 1 && check_input()) _auto_stop();
     if (timer_expired(&timers->output_poll, OUTPUT_POLL_US) == 1) poll_output();
     if (timer_expired(&timers->output_tick, OUTPUT_TICK_US) == 1) restart_unblank_delay();
     if (timer_expired(&timers->key_poll, KEY_POLL_US) == 1) poll_keys();

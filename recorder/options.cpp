@@ -1,5 +1,6 @@
 #include "recorder/options.h"
 
+#include "recorder/daemon_settings.h"
 #include "recorder/log.h"
 #include "recorder/self_test.h"
 
@@ -8,8 +9,6 @@
 #include <getopt.h>
 
 namespace capd {
-
-constinit DaemonSettings settings;
 
 enum OptionCode : int {
     OPTION_TEST = 1,

@@ -2,9 +2,9 @@
 
 #include "hdmirx/hdmirx.h"
 #include "recorder/card.h"
+#include "recorder/daemon_settings.h"
 #include "recorder/input_watch.h"
 #include "recorder/log.h"
-#include "recorder/options.h"
 #include "recorder/panel.h"
 #include "recorder/selection.h"
 #include "recorder/state.h"

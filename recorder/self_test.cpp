@@ -1,7 +1,7 @@
 #include "recorder/self_test.h"
 
+#include "recorder/daemon_settings.h"
 #include "recorder/keys.h"
-#include "recorder/options.h"
 #include "recorder/recording.h"
 #include "recorder/selection.h"
 #include "recorder/timer.h"

@@ -1,7 +1,7 @@
 #include "recorder/edid_passthrough.h"
 
 #include "hdmitx/hdmitx.h"
-#include "recorder/options.h"
+#include "recorder/daemon_settings.h"
 #include "recorder/state.h"
 #include "tests/support/bench.h"
 

@@ -1,5 +1,7 @@
 #include "recorder/options.h"
 
+#include "recorder/daemon_settings.h"
+
 #include "tests/support/bench.h"
 
 #include <vector>

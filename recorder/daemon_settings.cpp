@@ -1,0 +1,7 @@
+#include "recorder/daemon_settings.h"
+
+namespace capd {
+
+constinit DaemonSettings settings;
+
+} // namespace capd
