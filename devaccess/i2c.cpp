@@ -1,6 +1,5 @@
 #include "devaccess/i2c.h"
 
-#include "devaccess/i2c_request.h"
 #include "devaccess/scoped_lock.h"
 #include "devaccess/video_device.h"
 #include "platform/platform.h"
@@ -18,7 +17,6 @@ namespace {
 
 constexpr int ATTEMPTS = 3;
 constexpr uint32_t RETRY_SLEEP_US = 10;
-constexpr int SECOND_FORM = 1;
 
 pthread_mutex_t i2c_lock = PTHREAD_MUTEX_INITIALIZER;
 
@@ -63,19 +61,11 @@ uint8_t& board_register(int reg)
     return board_registers[static_cast<uint8_t>(reg)];
 }
 
-/** Write a register; the caller holds the lock. */
-int write_register(int device, int reg, int value)
-{
-    const unsigned int bytes[] = {static_cast<unsigned int>(reg), static_cast<unsigned int>(value)};
-    return do_wri2cnb(SECOND_FORM, device, 2, bytes);
-}
-
 /** Read a register; the caller holds the lock. @return the byte, or what to count it as when the transfer failed */
 int read_register(int device, int reg, uint8_t otherwise)
 {
-    const unsigned int address = static_cast<unsigned int>(reg);
     unsigned int value = otherwise;
-    do_rdi2cnb(SECOND_FORM, device, 1, &address, 1, &value);
+    i2c_read_register(device, reg, &value);
     return static_cast<int>(value);
 }
 
@@ -88,7 +78,7 @@ int do_wri2cnb(int selector, int device, int length, const unsigned int* bytes)
     record.device = static_cast<uint8_t>(device);
     record.length = static_cast<uint8_t>(length);
     std::copy_n(bytes, length, record.bytes);
-    return transfer(__func__, selector == SECOND_FORM ? I2C_WRITE_SECOND : I2C_WRITE_FIRST, &record);
+    return transfer(__func__, selector == I2C_SECOND_FORM ? I2C_WRITE_SECOND : I2C_WRITE_FIRST, &record);
 }
 
 int do_rdi2cnb(int selector, int device, int address_length, const unsigned int* address, int read_length,
@@ -100,7 +90,7 @@ int do_rdi2cnb(int selector, int device, int address_length, const unsigned int*
     record.address_length = static_cast<uint8_t>(address_length);
     std::copy_n(address, address_length, record.address);
     record.read_length = static_cast<uint8_t>(read_length);
-    const int result = transfer(__func__, selector == SECOND_FORM ? I2C_READ_SECOND : I2C_READ_FIRST, &record);
+    const int result = transfer(__func__, selector == I2C_SECOND_FORM ? I2C_READ_SECOND : I2C_READ_FIRST, &record);
     if (result != 0) return result;
     std::copy_n(record.bytes, read_length, out);
     return 0;
@@ -112,7 +102,7 @@ int i2c_read_byte(unsigned int address, unsigned int offset, unsigned int count,
     std::array<unsigned int, I2C_MAX_DATA> bytes{};
     video_device_open();
     const int length = count > I2C_MAX_DATA ? I2C_MAX_DATA + 1 : static_cast<int>(count); // too many: refused below
-    const int result = do_rdi2cnb(SECOND_FORM, static_cast<int>(address >> 1), 1, &offset, length, bytes.data());
+    const int result = do_rdi2cnb(I2C_SECOND_FORM, static_cast<int>(address >> 1), 1, &offset, length, bytes.data());
     if (result != 0) {
         print_failure(__func__, address >> 1, offset, count, data, device, result);
         return 1;
@@ -129,29 +119,41 @@ int i2c_write_byte(unsigned int address, unsigned int offset, int count, const u
     video_device_open();
     if (length_fits(count, I2C_MAX_DATA - 1)) {
         for (int i = 0; i < count; ++i) bytes[static_cast<size_t>(i) + 1] = data[i];
-        result = do_wri2cnb(SECOND_FORM, static_cast<int>(address >> 1), count + 1, bytes.data());
+        result = do_wri2cnb(I2C_SECOND_FORM, static_cast<int>(address >> 1), count + 1, bytes.data());
     }
     if (result != 0)
         print_failure(__func__, address >> 1, offset, static_cast<unsigned int>(count), data, device, result);
     return 1;
 }
 
+int i2c_write_register(int device, int reg, int value)
+{
+    const unsigned int bytes[] = {static_cast<unsigned int>(reg), static_cast<unsigned int>(value)};
+    return do_wri2cnb(I2C_SECOND_FORM, device, 2, bytes);
+}
+
+int i2c_read_register(int device, int reg, unsigned int* value)
+{
+    const auto address = static_cast<unsigned int>(reg);
+    return do_rdi2cnb(I2C_SECOND_FORM, device, 1, &address, 1, value);
+}
+
 int i2c_write_rx(int reg, int value)
 {
     const ScopedLock lock(i2c_lock);
-    return write_register(I2C_RECEIVER, reg, value);
+    return i2c_write_register(I2C_RECEIVER, reg, value);
 }
 
 int i2c_write_edidrom(int reg, int value)
 {
     const ScopedLock lock(i2c_lock);
-    return write_register(I2C_EDID_ROM, reg, value);
+    return i2c_write_register(I2C_EDID_ROM, reg, value);
 }
 
 int i2c_write_board(int reg, int value)
 {
     const ScopedLock lock(i2c_lock);
-    const int result = write_register(I2C_BOARD, reg, value);
+    const int result = i2c_write_register(I2C_BOARD, reg, value);
     if (result == 0) board_register(reg) = static_cast<uint8_t>(value);
     return result;
 }

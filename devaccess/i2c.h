@@ -9,19 +9,30 @@
  */
 #pragma once
 
+#include "devaccess/i2c_request.h"
+
 namespace capd {
 
-constexpr int I2C_MAX_DATA = 72;   ///< bytes that one request carries, the register offset of a write included
-constexpr int I2C_MAX_ADDRESS = 8; ///< register-address bytes that one read request carries
+/** 7-bit addresses of the devices on the bus. */
+constexpr int I2C_RECEIVER = 0x48;        ///< HDMI receiver
+constexpr int I2C_TRANSMITTER = 0x4C;     ///< HDMI transmitter
+constexpr int I2C_TRANSMITTER_TOO = 0x4E; ///< its second device
+constexpr int I2C_EDID_ROM = 0x50;        ///< EDID ROM of the input
+constexpr int I2C_BOARD = 0x1C;           ///< board controller
 
-constexpr int I2C_RECEIVER = 0x48;    ///< HDMI receiver, 7-bit form
-constexpr int I2C_TRANSMITTER = 0x4C; ///< HDMI transmitter, 7-bit form
-constexpr int I2C_EDID_ROM = 0x50;    ///< EDID ROM of the input, 7-bit form
-constexpr int I2C_BOARD = 0x1C;       ///< board controller, 7-bit form
+/** @return the 8-bit form of an address, as it goes over the bus in front of a write */
+constexpr unsigned int i2c_write_address(int device)
+{
+    return static_cast<unsigned int>(device) << 1;
+}
+
+/** The driver has two forms of each request. All of the daemon's transfers take the second. */
+constexpr int I2C_FIRST_FORM = 0;
+constexpr int I2C_SECOND_FORM = 1;
 
 /**
  * Send bytes to a device.
- * @param selector 1 takes the second form of the request (all of the daemon's transfers), anything else the first
+ * @param selector I2C_SECOND_FORM, anything else is I2C_FIRST_FORM
  * @param device   7-bit address
  * @param length   bytes to send, 0 to I2C_MAX_DATA; anything else is refused with -1 and errno EINVAL
  * @param bytes    one byte per element, in the low 8 bits
@@ -57,6 +68,12 @@ int i2c_read_byte(unsigned int address, unsigned int offset, unsigned int count,
 /** Write consecutive registers; count is at most I2C_MAX_DATA - 1. Otherwise as i2c_read_byte(). */
 int i2c_write_byte(unsigned int address, unsigned int offset, int count, const unsigned char* data,
                    unsigned char device);
+
+/** Write one register, without the lock. @return as do_wri2cnb() */
+int i2c_write_register(int device, int reg, int value);
+
+/** Read one register, without the lock. @param value untouched on failure @return as do_rdi2cnb() */
+int i2c_read_register(int device, int reg, unsigned int* value);
 
 /** Write one register under the I2C lock. @return 0, or the transfer's failure result */
 int i2c_write_rx(int reg, int value);

@@ -5,12 +5,14 @@
  */
 #pragma once
 
-#include "devaccess/i2c.h"
 #include "devaccess/request_code.h"
 
 #include <cstdint>
 
 namespace capd {
+
+constexpr int I2C_MAX_DATA = 72;   ///< bytes that one request carries, the register offset of a write included
+constexpr int I2C_MAX_ADDRESS = 8; ///< register-address bytes that one read request carries
 
 struct I2cWriteRecord {
     uint8_t device; ///< 7-bit address

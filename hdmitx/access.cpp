@@ -10,8 +10,8 @@ namespace capd {
 
 namespace {
 
-constexpr unsigned int TRANSMITTER = 0x98;   // 8-bit form
-constexpr unsigned int SECOND_DEVICE = 0x9C; // 8-bit form
+constexpr unsigned int TRANSMITTER = i2c_write_address(I2C_TRANSMITTER);
+constexpr unsigned int SECOND_DEVICE = i2c_write_address(I2C_TRANSMITTER_TOO);
 
 constexpr char DUMP_SEPARATOR[] = "        -----------------------------------------------------\n";
 constexpr unsigned int DUMP_COLUMNS = 0x10;

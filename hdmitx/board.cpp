@@ -1,7 +1,7 @@
 #include "hdmitx/board.h"
 
+#include "devaccess/board_registers.h"
 #include "devaccess/i2c.h"
-#include "hdmitx/board_registers.h"
 
 namespace capd {
 

@@ -3,9 +3,9 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "devaccess/board_registers.h"
 #include "devaccess/i2c.h"
 #include "devaccess/video_device.h"
-#include "hdmitx/board_registers.h"
 
 namespace capd {
 

@@ -107,7 +107,7 @@ int hdmitx_SetVSInfoFrame(int enable, HdmitxInfoFrame* buffer)
     hdmitx_SwitchBank(1);
     hdmitx_WriteReg(txreg::B1_VENDOR_4, data[3]);
     hdmitx_WriteReg(txreg::B1_VENDOR_4 + 1, data[4]);
-    unsigned int checksum = VENDOR_CHECKSUM_BASE - data[3] - data[4];
+    int checksum = VENDOR_CHECKSUM_BASE - data[3] - data[4];
     if (has_extension) {
         hdmitx_WriteReg(txreg::B1_VENDOR_4 + 2, data[5]);
         checksum = VENDOR_LONG_CHECKSUM_BASE - data[3] - data[4] - data[5];

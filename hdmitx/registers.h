@@ -1,6 +1,6 @@
 /**
  * @file
- * Registers of the HDMI transmitter, 8-bit offsets of the device at I2C address 0x98 (8-bit form).
+ * Registers of the HDMI transmitter, 8-bit offsets.
  *
  * Registers 0x00 to 0x2F are the same in both banks; the others belong to the bank that SYS_CTRL selects. Whoever
  * selects bank 1 selects bank 0 again before it returns. Registers without a known role carry their offset as a name.

@@ -5,6 +5,8 @@
  */
 #pragma once
 
+#include "devaccess/i2c.h"
+
 #include <array>
 #include <cstdint>
 
@@ -37,7 +39,7 @@ constexpr uint8_t SIGNAL_HALF_PCLK = 0x08;
 
 constexpr HdmitxInstance HDMITX_DEFAULT_INSTANCE = {
     .device_number = 0,
-    .address = 0x98,
+    .address = i2c_write_address(I2C_TRANSMITTER),
     .interrupt_type = 0x40,
     .bInputSignalType = 0,
     .audio_mode = 0x01,

@@ -1,5 +1,6 @@
 #include "services/key_input.h"
 
+#include "devaccess/board_registers.h"
 #include "devaccess/i2c.h"
 #include "devaccess/video_device.h"
 
@@ -10,11 +11,6 @@
 namespace capd {
 
 namespace {
-
-// Board controller registers of the remote.
-constexpr unsigned int REG_STATUS = 0;
-constexpr unsigned int STATUS_CODE_WAITING = 0x10;
-constexpr unsigned int REG_CODE = 1;
 
 constexpr int SYSLOG_MASK = 0x1F; // emergency to warning
 
@@ -34,12 +30,6 @@ constexpr struct {
 };
 // clang-format on
 
-/** Read a board controller register without the I2C lock: one transfer, nothing to hold together. */
-int read_board(unsigned int reg, unsigned int* value)
-{
-    return do_rdi2cnb(1, I2C_BOARD, 1, &reg, 1, value);
-}
-
 } // namespace
 
 int keyinput_init()
@@ -51,11 +41,12 @@ int keyinput_init()
 
 int keyinput_read_raw()
 {
+    // Without the I2C lock: one transfer each, nothing to hold together.
     unsigned int status = 0;
-    if (read_board(REG_STATUS, &status) != 0) return -2;
-    if ((status & STATUS_CODE_WAITING) == 0) return -1;
+    if (i2c_read_register(I2C_BOARD, BOARD_STATUS, &status) != 0) return -2;
+    if ((status & BOARD_CODE_WAITING) == 0) return -1;
     unsigned int code = 0;
-    if (read_board(REG_CODE, &code) != 0) return 0;
+    if (i2c_read_register(I2C_BOARD, BOARD_CODE, &code) != 0) return 0;
     return static_cast<int>(code);
 }
 

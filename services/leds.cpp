@@ -1,5 +1,6 @@
 #include "services/leds.h"
 
+#include "devaccess/board_registers.h"
 #include "devaccess/i2c.h"
 #include "devaccess/scoped_lock.h"
 #include "devaccess/video_device.h"
@@ -12,8 +13,6 @@
 namespace capd {
 
 namespace {
-
-constexpr int REG_GROUP_0 = 5; // board controller: one bit per LED; group 1 is the next register
 
 struct led_state {
     int32_t mode;
@@ -78,8 +77,7 @@ int tick_group(int group)
 
 int write_group(int group, int byte)
 {
-    const unsigned int bytes[] = {static_cast<unsigned int>(REG_GROUP_0 + group), static_cast<unsigned int>(byte)};
-    return do_wri2cnb(1, I2C_BOARD, 2, bytes);
+    return i2c_write_register(I2C_BOARD, BOARD_LEDS + group, byte);
 }
 
 int refresh_group(int group)

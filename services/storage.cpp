@@ -228,7 +228,8 @@ int storage_remove_small_file(unsigned long min_kb)
     unsigned long size = 0;
     const int found = storage_get_file_size(name, &size);
     if (found != 0) return found;
-    if (size >= static_cast<uint64_t>(min_kb) * 1024) return 0;
+    const uint64_t limit_kb = min_kb; // wider than the box's unsigned long, for the product
+    if (size >= limit_kb * 1024) return 0;
     const int result = remove_file(name);
     if (numbering.segment > 0) {
         --numbering.segment; // the next part takes the removed one's name

@@ -2,7 +2,7 @@
 #include "tools/bytes.h"
 #include "tools/commands.h"
 
-#include "devaccess/diagnostics.h"
+#include "devaccess/diagnostics/diagnostics.h"
 
 #include <cerrno>
 

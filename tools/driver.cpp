@@ -1,7 +1,7 @@
 // driver version, api, debug-level, codec-error: the capture driver itself.
 #include "tools/commands.h"
 
-#include "devaccess/diagnostics.h"
+#include "devaccess/diagnostics/diagnostics.h"
 
 namespace boxtool {
 

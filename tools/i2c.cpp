@@ -2,7 +2,7 @@
 #include "tools/bytes.h"
 #include "tools/commands.h"
 
-#include "devaccess/diagnostics.h"
+#include "devaccess/diagnostics/diagnostics.h"
 #include "devaccess/i2c.h"
 #include "devaccess/i2c_request.h"
 #include "devaccess/video_device.h"
@@ -11,7 +11,6 @@ namespace boxtool {
 
 namespace {
 
-constexpr int FIRST_FORM = 0;
 constexpr int SCAN_FIRST = 0x08; // the addresses below and above are reserved
 constexpr int SCAN_LAST = 0x77;
 
@@ -20,7 +19,7 @@ std::string chip_name(int device)
     switch (device) {
     case capd::I2C_RECEIVER: return "HDMI receiver";
     case capd::I2C_TRANSMITTER: return "HDMI transmitter";
-    case capd::I2C_TRANSMITTER + 2: return "HDMI transmitter, second device";
+    case capd::I2C_TRANSMITTER_TOO: return "HDMI transmitter, second device";
     case capd::I2C_EDID_ROM: return "EDID ROM";
     case capd::I2C_BOARD: return "board controller";
     default: return "";
@@ -31,7 +30,8 @@ void read_registers(Session& session, int device, int reg, int count)
 {
     std::vector<unsigned int> values(static_cast<size_t>(count));
     const auto address = static_cast<unsigned int>(reg);
-    check(capd::do_rdi2cnb(FIRST_FORM, device, 1, &address, count, values.data()), format("i2c read 0x%02x", device));
+    check(capd::do_rdi2cnb(capd::I2C_FIRST_FORM, device, 1, &address, count, values.data()),
+          format("i2c read 0x%02x", device));
     session.say("%s\n", hex_values<unsigned int>(values).c_str());
     session.report({{"device", device}, {"register", reg}, {"values", values}});
 }
@@ -41,7 +41,7 @@ void write_registers(Session& session, int device, int reg, const std::vector<un
     session.ask(format("Write %zu byte(s) from register 0x%02x of I2C device 0x%02x on.", values.size(), reg, device));
     std::vector<unsigned int> bytes = {static_cast<unsigned int>(reg)};
     bytes.insert(bytes.end(), values.begin(), values.end());
-    check(capd::do_wri2cnb(FIRST_FORM, device, static_cast<int>(bytes.size()), bytes.data()),
+    check(capd::do_wri2cnb(capd::I2C_FIRST_FORM, device, static_cast<int>(bytes.size()), bytes.data()),
           format("i2c write 0x%02x", device));
     session.report({{"device", device}, {"register", reg}, {"values", values}});
 }

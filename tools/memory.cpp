@@ -4,7 +4,7 @@
 #include "tools/bytes.h"
 #include "tools/commands.h"
 
-#include "devaccess/diagnostics.h"
+#include "devaccess/diagnostics/diagnostics.h"
 
 #include <algorithm>
 #include <cerrno>

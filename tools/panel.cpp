@@ -1,6 +1,7 @@
 // leds, key: what the front panel shows and what the remote has sent, from the board controller's registers.
 #include "tools/commands.h"
 
+#include "devaccess/board_registers.h"
 #include "devaccess/i2c.h"
 #include "services/key_input.h"
 
@@ -10,9 +11,6 @@ namespace boxtool {
 
 namespace {
 
-constexpr unsigned REG_STATUS = 0;
-constexpr unsigned STATUS_KEY = 0x10; // a remote code waits
-constexpr unsigned REG_LEDS = 5;      // group 0; group 1 is the next one
 constexpr int GROUPS = 2;
 constexpr int LEDS = 8;
 
@@ -21,10 +19,10 @@ constexpr std::array<std::array<const char*, LEDS>, GROUPS> LED_NAMES = {{
     {"storage 1", "storage 2", "storage 3", "storage 4", "storage 5", "storage 6", "not used", "not used"},
 }};
 
-unsigned board_register(unsigned reg)
+unsigned board_register(int reg)
 {
     unsigned value = 0;
-    check(capd::do_rdi2cnb(1, capd::I2C_BOARD, 1, &reg, 1, &value), "board controller");
+    check(capd::i2c_read_register(capd::I2C_BOARD, reg, &value), "board controller");
     return value;
 }
 
@@ -32,7 +30,7 @@ void show_leds(Session& session)
 {
     Json groups = Json::array();
     for (unsigned group = 0; group < GROUPS; ++group) {
-        const unsigned value = board_register(REG_LEDS + group);
+        const unsigned value = board_register(capd::BOARD_LEDS + static_cast<int>(group));
         Json leds = Json::array();
         for (unsigned index = 0; index < LEDS; ++index) {
             const bool lit = (value >> index & 1) != 0;
@@ -68,7 +66,7 @@ void read_raw(Session& session)
 
 void read_key(Session& session, bool only_look)
 {
-    const bool waiting = (board_register(REG_STATUS) & STATUS_KEY) != 0;
+    const bool waiting = (board_register(capd::BOARD_STATUS) & capd::BOARD_CODE_WAITING) != 0;
     if (!waiting || only_look) {
         session.say(waiting ? "a code waits\n" : "no code waits\n");
         session.report({{"waiting", waiting}});

@@ -1,7 +1,7 @@
 // reg read and write, gpio set: the video chip's registers and the processor's pins.
 #include "tools/commands.h"
 
-#include "devaccess/diagnostics.h"
+#include "devaccess/diagnostics/diagnostics.h"
 
 namespace boxtool {
 

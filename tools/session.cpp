@@ -16,18 +16,6 @@ namespace boxtool {
 
 namespace {
 
-[[gnu::format(printf, 1, 0)]] std::string vformat(const char* pattern, va_list args)
-{
-    va_list again;
-    va_copy(again, args);
-    const int length = std::vsnprintf(nullptr, 0, pattern, args);
-    std::string text(static_cast<size_t>(length) + 1, '\0');
-    std::vsnprintf(text.data(), text.size(), pattern, again);
-    va_end(again);
-    text.pop_back();
-    return text;
-}
-
 bool is_yes(std::string answer)
 {
     while (!answer.empty() && (answer.back() == '\n' || answer.back() == '\r')) answer.pop_back();
@@ -43,15 +31,6 @@ bool is_regular_file(const std::string& path)
 }
 
 } // namespace
-
-std::string format(const char* pattern, ...)
-{
-    va_list args;
-    va_start(args, pattern);
-    std::string text = vformat(pattern, args);
-    va_end(args);
-    return text;
-}
 
 /** An output that fails, because nobody reads any more or a disk is full, must not stop a command half way. */
 void Session::write(int fd, std::string_view text)
@@ -161,17 +140,6 @@ HeldSignals& Session::hold_signals()
     return *held_;
 }
 
-void refuse(const std::string& what)
-{
-    const int error = errno;
-    throw Refused(format("%s: %s (errno %d)", what.c_str(), std::strerror(error), error));
-}
-
-void check(int result, const std::string& what)
-{
-    if (result < 0) refuse(what);
-}
-
 void open_device()
 {
     if (capd::video_device_open() != 0) refuse("no video node of the capture driver answers");
@@ -179,9 +147,8 @@ void open_device()
 
 void need_chip(int device, const char* name)
 {
-    const unsigned int reg = 0;
     unsigned int value = 0;
-    check(capd::do_rdi2cnb(1, device, 1, &reg, 1, &value), format("%s (I2C 0x%02x)", name, device));
+    check(capd::i2c_read_register(device, 0, &value), format("%s (I2C 0x%02x)", name, device));
 }
 
 } // namespace boxtool

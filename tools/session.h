@@ -5,32 +5,17 @@
  */
 #pragma once
 
+#include "tools/errors.h"
 #include "tools/streams.h"
 #include "tools/undisturbed.h"
 
 #include <nlohmann/json.hpp>
 #include <optional>
-#include <stdexcept>
 #include <string>
 
 namespace boxtool {
 
 using Json = nlohmann::ordered_json;
-
-/** Wrong arguments, or no consent: ends the command with EXIT_USAGE. */
-class UsageError : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
-
-/** The box refused, or what was looked at is not as it should be: ends the command with EXIT_REFUSED. */
-class Refused : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
-
-/** Make a text as printf() does. */
-[[gnu::format(printf, 1, 2)]] std::string format(const char* pattern, ...);
 
 /** What the caller wants. */
 struct Wishes {
@@ -101,12 +86,6 @@ private:
     bool raw_output_ = false; ///< standard output carries the bytes of a file
     int output_error_ = 0;
 };
-
-/** Throw Refused, with errno's text, when a request's result is below 0. */
-void check(int result, const std::string& what);
-
-/** Throw Refused with errno's text. */
-[[noreturn]] void refuse(const std::string& what);
 
 /** Open the video node; throws Refused. */
 void open_device();

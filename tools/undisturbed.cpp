@@ -1,6 +1,6 @@
 #include "tools/undisturbed.h"
 
-#include "tools/session.h"
+#include "tools/errors.h"
 
 #include <array>
 #include <cerrno>

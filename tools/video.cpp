@@ -1,7 +1,7 @@
 // video-property, video-source, video-frontend: what the capture driver captures, and how the picture is set.
 #include "tools/commands.h"
 
-#include "devaccess/diagnostics.h"
+#include "devaccess/diagnostics/diagnostics.h"
 
 #include <cctype>
 #include <cerrno>

@@ -1,4 +1,4 @@
-#include "devaccess/diagnostics.h"
+#include "devaccess/diagnostics/diagnostics.h"
 
 #include "tests/support/bench.h"
 

@@ -1,6 +1,6 @@
 // Diagnostic commands on the driver itself: versions, debug levels, source, front end, GPIO, I2C and chip registers.
-#include "devaccess/diagnostics.h"
-#include "devaccess/diagnostics_request.h"
+#include "devaccess/diagnostics/answer.h"
+#include "devaccess/diagnostics/diagnostics.h"
 #include "devaccess/i2c_request.h"
 #include "devaccess/request_code.h"
 

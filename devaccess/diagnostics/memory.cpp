@@ -1,7 +1,7 @@
 // Diagnostic commands on the memory behind the video node: direct access, dump to a file, DMA.
-#include "devaccess/diagnostics.h"
-#include "devaccess/diagnostics_request.h"
-#include "devaccess/memory_request.h"
+#include "devaccess/diagnostics/answer.h"
+#include "devaccess/diagnostics/diagnostics.h"
+#include "devaccess/diagnostics/memory_request.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -44,8 +44,8 @@ void print_memory_line(const char* function, uint32_t address, uint32_t words)
 
 void print_dma_line(const char* function, const DmaRequest& request)
 {
-    printf("\n%s()-> mem addr=0x%x, size=0x%x, buff=0x%lx\n", function, request.address, request.size,
-           static_cast<unsigned long>(reinterpret_cast<uintptr_t>(request.buffer)));
+    const unsigned long buffer = reinterpret_cast<uintptr_t>(request.buffer);
+    printf("\n%s()-> mem addr=0x%x, size=0x%x, buff=0x%lx\n", function, request.address, request.size, buffer);
 }
 
 Answer read_words(MemoryRequest& request, uint32_t address, uint32_t count)
@@ -81,7 +81,7 @@ Answer dump_to_file(int fd, uint32_t addr, uint32_t size)
     return answer;
 }
 
-/** Send what do_wrmem() and do_dmawr() refuse or leave out before the driver would. */
+/** Issue a request that carries words, unless there are none. */
 Answer send_words(uint32_t request_code, void* record, uint32_t count)
 {
     return count == 0 ? NOTHING_SENT : ask(request_code, record);

@@ -1,7 +1,7 @@
 // Memory tests behind the video node, one word at a time.
-#include "devaccess/diagnostics.h"
-#include "devaccess/diagnostics_request.h"
-#include "devaccess/memory_request.h"
+#include "devaccess/diagnostics/answer.h"
+#include "devaccess/diagnostics/diagnostics.h"
+#include "devaccess/diagnostics/memory_request.h"
 
 namespace capd {
 

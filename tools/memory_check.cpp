@@ -1,7 +1,7 @@
 // mem test: data lines, address lines, every word.
 #include "tools/memory.h"
 
-#include "devaccess/diagnostics.h"
+#include "devaccess/diagnostics/diagnostics.h"
 
 #include <cerrno>
 #include <cstring>

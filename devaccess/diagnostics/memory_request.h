@@ -4,7 +4,7 @@
  */
 #pragma once
 
-#include "devaccess/diagnostics.h"
+#include "devaccess/diagnostics/diagnostics.h"
 #include "devaccess/request_code.h"
 
 #include <cstdint>

@@ -1,6 +1,6 @@
 // Diagnostic commands on the video properties.
-#include "devaccess/diagnostics.h"
-#include "devaccess/diagnostics_request.h"
+#include "devaccess/diagnostics/answer.h"
+#include "devaccess/diagnostics/diagnostics.h"
 #include "devaccess/request_code.h"
 
 #include <array>
