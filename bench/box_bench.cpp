@@ -2,7 +2,7 @@
 #include "devaccess/i2c.h"
 #include "emulator/inprocess/inprocess.h"
 #include "hdmirx/hdmirx.h"
-#include "hdmirx/src/hdmirx/state.h"
+#include "hdmirx/src/hdmirx/video_state.h"
 #include "hdmitx/hdmitx.h"
 #include "recorder/capd.h"
 
@@ -48,7 +48,7 @@ void BM_Tick(benchmark::State& state)
         capd::hdmirx_init();
         for (int tick = 0; tick < 900; ++tick) {
             if (tick == 100) tell("source 0 plug 1080p60");
-            Sum& sum = sums[capd::rx::driver.VState];
+            Sum& sum = sums[capd::rx::VState()];
             const uint64_t transfers = emu::inprocess_box().i2c().count();
             const auto start = Clock::now();
             capd::hdmirx_run();

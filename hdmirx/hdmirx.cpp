@@ -3,11 +3,15 @@
 #include "devaccess/i2c.h"
 #include "devaccess/video_device.h"
 #include "hdmirx/src/hdmirx/access.h"
-#include "hdmirx/src/hdmirx/audio.h"
+#include "hdmirx/src/hdmirx/audio_status.h"
+#include "hdmirx/src/hdmirx/events.h"
 #include "hdmirx/src/hdmirx/init.h"
+#include "hdmirx/src/hdmirx/mute.h"
 #include "hdmirx/src/hdmirx/registers.h"
-#include "hdmirx/src/hdmirx/state.h"
+#include "hdmirx/src/hdmirx/tick.h"
+#include "hdmirx/src/hdmirx/video_mode.h"
 #include "hdmirx/src/hdmirx/video_state.h"
+#include "hdmirx/status_report.h"
 #include "hdmitx/board.h"
 
 #include <cstdio>
@@ -22,8 +26,7 @@ int hdmirx_init()
     printf("\n%s\n", "HDMIRX_SAMPLE_2.15");
     SetMuteMode(MUTE_MODE_AUTO);
     InitHDMIRX(true);
-    driver.report_samples = 0;
-    driver.report_xcnt_sum = 0;
+    reset_video_report();
     return 0;
 }
 
@@ -36,7 +39,7 @@ int hdmirx_run()
 
 int hdmirx_set_callback(hdmirx_callback callback)
 {
-    driver.callback = callback;
+    SetEventCallback(callback);
     return 0;
 }
 
@@ -121,23 +124,14 @@ int hdmirx_is_interlaced()
     return (ReadRxReg(REG_RX_SCAN) & SCAN_INTERLACED) != 0 ? 1 : 0;
 }
 
-// The chip leaves out the topmost bit of an active size; it is set when the size still fits into the total with it.
-static int active_size(uint8_t active_reg, uint8_t active_high, uint16_t total, int top_bit)
-{
-    const int active = ReadRxReg(active_reg) | (active_high << 4);
-    return total > (active | top_bit) ? active | top_bit : active;
-}
-
 int hdmirx_get_width()
 {
-    const uint8_t high = ReadRxReg(REG_RX_H_HIGH) & H_HIGH_ACTIVE;
-    return active_size(REG_RX_HACTIVE, high, ReadHTotal(), 0x800);
+    return ReadHActive();
 }
 
 int hdmirx_get_height()
 {
-    const uint8_t high = ReadRxReg(REG_RX_V_HIGH) & V_HIGH_ACTIVE;
-    return active_size(REG_RX_VACTIVE, high, ReadVTotal(), 0x400);
+    return ReadVActive();
 }
 
 int hdmirx_get_frame_rate()

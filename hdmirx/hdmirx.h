@@ -6,20 +6,10 @@
  */
 #pragma once
 
+#include "hdmirx/hdmirx_event.h"
 #include "hdmirx/hdmirx_info.h"
 
 namespace capd {
-
-/** Events handed to the callback as (event, 0). */
-enum HdmirxEvent : int {
-    HDMIRX_EVENT_AUDIO_ON = 0,
-    HDMIRX_EVENT_UNSTABLE = 1,
-    HDMIRX_EVENT_AUDIO_ERROR = 2,
-    HDMIRX_EVENT_AVI_CHANGE = 3,
-};
-
-/** Called from inside hdmirx_run(); must not call back into the receiver driver. Its result is ignored. */
-using hdmirx_callback = int (*)(int event, int argument);
 
 /** Open the video node and bring the receiver chip up; takes some 210 ms. @return 0 */
 int hdmirx_init();

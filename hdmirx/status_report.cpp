@@ -1,11 +1,11 @@
 #include "hdmirx/status_report.h"
 
-#include "hdmirx/hdmirx.h"
 #include "hdmirx/src/hdmirx/access.h"
-#include "hdmirx/src/hdmirx/audio.h"
+#include "hdmirx/src/hdmirx/audio_status.h"
 #include "hdmirx/src/hdmirx/info_frames.h"
+#include "hdmirx/src/hdmirx/port.h"
 #include "hdmirx/src/hdmirx/registers.h"
-#include "hdmirx/src/hdmirx/state.h"
+#include "hdmirx/src/hdmirx/video_mode.h"
 
 #include <cstdio>
 #include <cstring>
@@ -15,6 +15,15 @@ namespace capd {
 using namespace rx;
 
 static constexpr char SEPARATOR[] = "========================================================================\n";
+
+static uint32_t report_samples;  // video reports taken
+static uint32_t report_xcnt_sum; // sum of their pixel-clock counts
+
+void reset_video_report()
+{
+    report_samples = 0;
+    report_xcnt_sum = 0;
+}
 
 static void open_report()
 {
@@ -42,13 +51,13 @@ static void read_porches(VideoReport* r)
 bool read_video_report(VideoReport* report)
 {
     *report = {};
-    driver.report_xcnt_sum += ReadRxReg(REG_RX_XCNT);
-    ++driver.report_samples;
-    const uint64_t sum = driver.report_xcnt_sum;
-    const uint64_t samples = driver.report_samples;
+    report_xcnt_sum += ReadRxReg(REG_RX_XCNT);
+    ++report_samples;
+    const uint64_t sum = report_xcnt_sum;
+    const uint64_t samples = report_samples;
 
-    report->h_active = static_cast<uint16_t>(hdmirx_get_width());
-    report->v_active = static_cast<uint16_t>(hdmirx_get_height());
+    report->h_active = ReadHActive();
+    report->v_active = ReadVActive();
     report->h_total = ReadHTotal();
     report->v_total = ReadVTotal();
     report->hdmi = IsHDMIMode();
@@ -59,7 +68,7 @@ bool read_video_report(VideoReport* report)
     report->field_centihertz = static_cast<uint32_t>(clock_hz / report->h_total * 100 / report->v_total);
     report->xcnt_whole = static_cast<uint32_t>(sum / samples);
     report->xcnt_hundredths = static_cast<uint32_t>(100 * sum / samples - 100 * (sum / samples));
-    report->depth_code = ReadRxReg(REG_RX_AUDIO_FS) >> 4;
+    report->depth_code = (ReadRxReg(REG_RX_AUDIO_FS) & PICTURE_DEPTH) >> 4;
     read_porches(report);
     return true;
 }

@@ -24,6 +24,9 @@ struct VideoReport {
     uint8_t depth_code;        ///< colour depth: 4 24 bits, 5 30, 6 36, 7 48, others not defined
 };
 
+/** Begin the average of the pixel-clock count anew. */
+void reset_video_report();
+
 /**
  * Measure the picture; adds one sample to the average of the pixel-clock count.
  * @return true; false without a signal (count, pixels per line or lines of 0), with only hdmi set

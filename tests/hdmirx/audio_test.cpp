@@ -1,5 +1,7 @@
 #include "hdmirx/src/hdmirx/access.h"
 #include "hdmirx/src/hdmirx/audio.h"
+#include "hdmirx/src/hdmirx/audio_status.h"
+#include "hdmirx/src/hdmirx/video_state.h"
 #include "tests/hdmirx/receiver_bench.h"
 
 using namespace capd;
@@ -98,16 +100,16 @@ TEST(ReceiverAudio, FollowsChangesUnderTheRunningPicture)
     };
     bench::start_receiver();
     bench::show(picture("1080p60", {.kind = AudioKind::None}), 50);
-    EXPECT_EQ(rx::driver.AState, rx::ASTATE_RequestAudio);
+    EXPECT_EQ(rx::AState(), rx::ASTATE_RequestAudio);
     for (const auto& step : steps) {
         SCOPED_TRACE(step.what);
         box().source(0).change(picture("1080p60", step.audio), true);
         bench::ticks(8);
         EXPECT_FALSE(box().receiver().lets_audio_out()) << "the sound path settles";
         bench::tick();
-        EXPECT_EQ(rx::driver.AState, rx::ASTATE_AudioOn);
+        EXPECT_EQ(rx::AState(), rx::ASTATE_AudioOn);
         EXPECT_TRUE(box().receiver().lets_audio_out());
-        EXPECT_EQ(rx::driver.VState, rx::VSTATE_VideoOn);
+        EXPECT_EQ(rx::VState(), rx::VSTATE_VideoOn);
     }
 }
 
@@ -150,7 +152,7 @@ TEST(ReceiverAudio, WaitsAtTheStartWhileTheChipReportsAnError)
     bench::start_receiver();
     box().receiver().repeat_fault(emu::ReceiverChip::Fault::Audio, 1'000);
     bench::show(picture("1080p60"));
-    EXPECT_EQ(rx::driver.AState, rx::ASTATE_RequestAudio);
+    EXPECT_EQ(rx::AState(), rx::ASTATE_RequestAudio);
     EXPECT_FALSE(box().receiver().lets_audio_out());
     box().receiver().repeat_fault(emu::ReceiverChip::Fault::Audio, 0);
     bench::ticks(10);

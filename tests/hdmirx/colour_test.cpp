@@ -148,7 +148,7 @@ TEST(ReceiverColour, EveryOutputFormatHasItsConversion)
         SCOPED_TRACE(row.what);
         box().source(0).change(coloured("1080p60", row.input, Colorimetry::Bt709), true);
         bench::ticks(2);
-        rx::driver.OutputFormatFlags = row.flags; // nothing in the box's world changes the output format
+        rx::SetOutputFormatFlags(row.flags); // nothing in the box's world changes the output format
         rx::SetHDMIRXVideoOutputFormat(0x00, 0x4F, row.output);
         EXPECT_EQ(box().receiver().conversion(), row.conversion);
         EXPECT_EQ(rx::ReadRxReg(0x1C), 0x4D | row.chroma) << "the other bits stay, but the pulsed one";

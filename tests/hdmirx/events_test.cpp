@@ -1,4 +1,6 @@
 #include "hdmirx/src/hdmirx/access.h"
+#include "hdmirx/src/hdmirx/audio.h"
+#include "hdmirx/src/hdmirx/port.h"
 #include "hdmirx/src/hdmirx/video_state.h"
 #include "tests/hdmirx/receiver_bench.h"
 
@@ -53,7 +55,7 @@ TEST(ReceiverEvents, DataFaultsAreClearedAndLeaveThePicture)
         EXPECT_EQ(events, row.told);
         EXPECT_EQ(rx::ReadRxReg(0x15), 0);
         bench::ticks(20);
-        EXPECT_EQ(rx::driver.VState, rx::VSTATE_VideoOn);
+        EXPECT_EQ(rx::VState(), rx::VSTATE_VideoOn);
         EXPECT_TRUE(box().receiver().lets_audio_out());
 
         box().source(0).set_sync(false);
@@ -101,8 +103,8 @@ TEST(ReceiverEvents, WaitingForFiveVoltsIgnoresSyncEvents)
     bench::ticks(10);
     box().source(0).set_sync(false);
     EXPECT_EQ(bench::printed(bench::tick), "\nSCDT Off interrupt\n");
-    EXPECT_EQ(rx::driver.VState, rx::VSTATE_PwrOff);
-    EXPECT_EQ(rx::driver.ScdtOffCount, 0);
+    EXPECT_EQ(rx::VState(), rx::VSTATE_PwrOff);
+    EXPECT_EQ(rx::ScdtOffCount(), 0);
     rx::SelectHDMIPort(0);
     EXPECT_EQ(bench::ticks_until(rx::VSTATE_SyncWait), 1);
 }
@@ -132,7 +134,7 @@ TEST(ReceiverEvents, StormsOfAllEventsPass)
         box().receiver().storm(0);
         EXPECT_GT(bench::ticks_until(rx::VSTATE_VideoOn), 0);
         bench::ticks(120);
-        EXPECT_EQ(rx::driver.VState, rx::VSTATE_VideoOn);
+        EXPECT_EQ(rx::VState(), rx::VSTATE_VideoOn);
         EXPECT_TRUE(box().receiver().lets_video_out());
         EXPECT_TRUE(box().receiver().lets_audio_out());
     }
@@ -206,11 +208,11 @@ TEST(ReceiverEvents, VendorFrameSwitchesTo3DFromRevisionA3On)
         box().source(0).change(signal, true);
         const uint64_t from = box().i2c().count();
         bench::tick();
-        EXPECT_EQ(rx::driver.video_timer, row.measured_again ? 31 : 0);
+        EXPECT_EQ(rx::VideoTicksLeft(), row.measured_again ? 31 : 0);
         EXPECT_EQ((rx::ReadRxReg(0x3C) & 0x04) != 0, row.three_d);
         EXPECT_EQ(wrote(from, 0x1F, 0x00), row.three_d);
         bench::ticks(40);
-        EXPECT_EQ(rx::driver.VState, rx::VSTATE_VideoOn);
+        EXPECT_EQ(rx::VState(), rx::VSTATE_VideoOn);
         box().source(0).set_sync(false);
         bench::ticks(2);
         EXPECT_EQ(rx::ReadRxReg(0x3C) & 0x04, 0);

@@ -1,4 +1,6 @@
 #include "hdmirx/src/hdmirx/access.h"
+#include "hdmirx/src/hdmirx/mute.h"
+#include "hdmirx/src/hdmirx/video_state.h"
 #include "tests/hdmirx/receiver_bench.h"
 
 using namespace capd;
@@ -33,13 +35,13 @@ TEST(ReceiverMute, FollowsTheSourceDuringThePicture)
         expect_open(false);
         bench::ticks(300); // far beyond every timer: this mute has no limit
         expect_open(false);
-        EXPECT_EQ(rx::driver.video_timer, 5);
+        EXPECT_EQ(rx::VideoTicksLeft(), 5);
         box().source(0).change(muted(false), true);
         bench::ticks(1);
         expect_open(true);
         bench::ticks(10);
     }
-    EXPECT_EQ(rx::driver.VState, rx::VSTATE_VideoOn);
+    EXPECT_EQ(rx::VState(), rx::VSTATE_VideoOn);
 }
 
 // Catches: a mute for ever after a source that lets go while the chip's event of it is being cleared.
@@ -72,7 +74,7 @@ TEST(ReceiverMute, AtTheStartLastsUntilTheSourceLetsGoOrTheTimerRunsOut)
     EXPECT_EQ(bench::count(text, "\nMuteResumingTimer = 0 uc = 04\n"), 1u);
     expect_open(true);
     EXPECT_EQ(bench::printed([] { bench::ticks(5); }), "") << "that was all";
-    EXPECT_EQ(rx::driver.video_timer, 0) << "the picture is watched again";
+    EXPECT_EQ(rx::VideoTicksLeft(), 0) << "the picture is watched again";
 }
 
 // Catches: the mode change that such sources send as they end their mute, taken for a new picture; or a real one
@@ -85,10 +87,10 @@ TEST(ReceiverMute, AtTheStartHidesOneModeChange)
     other.muted = true;
     box().source(0).change(other, true);
     bench::ticks(5);
-    EXPECT_EQ(rx::driver.VState, rx::VSTATE_VideoOn);
+    EXPECT_EQ(rx::VState(), rx::VSTATE_VideoOn);
     box().source(0).change(muted(true), true);
     bench::ticks(5);
-    EXPECT_EQ(rx::driver.VState, rx::VSTATE_ColorDetectReset);
+    EXPECT_EQ(rx::VState(), rx::VSTATE_ColorDetectReset);
 }
 
 // Catches: video output that is blanked in the wrong states.

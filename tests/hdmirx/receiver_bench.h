@@ -5,7 +5,7 @@
 #pragma once
 
 #include "hdmirx/hdmirx.h"
-#include "hdmirx/src/hdmirx/state.h"
+#include "hdmirx/src/hdmirx/video_state.h"
 #include "tests/support/bench.h"
 
 #include <cstdio>
@@ -52,7 +52,7 @@ inline int ticks_until(capd::rx::VideoState state, int limit = 1000)
 {
     for (int count = 1; count <= limit; ++count) {
         tick();
-        if (capd::rx::driver.VState == state) return count;
+        if (capd::rx::VState() == state) return count;
     }
     return -1;
 }
@@ -63,7 +63,7 @@ inline std::string trace(int count)
     std::vector<std::pair<capd::rx::VideoState, int>> runs;
     for (; count > 0; --count) {
         tick();
-        if (runs.empty() || runs.back().first != capd::rx::driver.VState) runs.emplace_back(capd::rx::driver.VState, 0);
+        if (runs.empty() || runs.back().first != capd::rx::VState()) runs.emplace_back(capd::rx::VState(), 0);
         ++runs.back().second;
     }
     std::string text;

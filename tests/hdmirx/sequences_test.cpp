@@ -1,4 +1,5 @@
 #include "hdmirx/src/hdmirx/access.h"
+#include "hdmirx/src/hdmirx/video_state.h"
 #include "tests/hdmirx/receiver_bench.h"
 
 using namespace capd;
@@ -33,7 +34,7 @@ std::string written(Body&& body)
 std::string written_entering(rx::VideoState state)
 {
     std::string text;
-    for (int limit = 100; rx::driver.VState != state && limit > 0; --limit) text = written(bench::tick);
+    for (int limit = 100; rx::VState() != state && limit > 0; --limit) text = written(bench::tick);
     return text;
 }
 

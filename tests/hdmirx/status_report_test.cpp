@@ -1,5 +1,4 @@
 #include "hdmirx/status_report.h"
-
 #include "tests/hdmirx/receiver_bench.h"
 
 using namespace capd;

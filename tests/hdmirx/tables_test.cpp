@@ -1,5 +1,6 @@
 // Checksums were computed from the chip maker's tables by a program that shares nothing with this one.
 #include "hdmirx/src/hdmirx/colour.h"
+#include "hdmirx/src/hdmirx/video_mode.h"
 #include "tests/hdmirx/receiver_bench.h"
 
 using namespace capd;

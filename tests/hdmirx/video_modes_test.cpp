@@ -1,4 +1,5 @@
 #include "hdmirx/src/hdmirx/video_mode.h"
+#include "hdmirx/src/hdmirx/video_state.h"
 #include "tests/hdmirx/receiver_bench.h"
 
 #include <map>
@@ -33,7 +34,7 @@ int row_taken()
                a.VFrontPorch == b.VFrontPorch && a.HBackPorch == b.HBackPorch && a.HSyncWidth == b.HSyncWidth;
     };
     for (size_t i = 0; i < rx::s_VMTable.size(); ++i)
-        if (same(rx::s_VMTable[i], rx::driver.s_CurrentVM)) return static_cast<int>(i);
+        if (same(rx::s_VMTable[i], rx::CurrentVideoMode())) return static_cast<int>(i);
     return -1;
 }
 
@@ -95,7 +96,7 @@ TEST(ReceiverModes, TolerancesHoldAtTheirEdges)
         row.change(format);
         send(format);
         EXPECT_EQ(row_taken(), row.row);
-        EXPECT_LE(abs(rx::driver.s_CurrentVM.HTotal - static_cast<int>(format.h_total())), row.row < 0 ? 0 : 4);
+        EXPECT_LE(abs(rx::CurrentVideoMode().HTotal - static_cast<int>(format.h_total())), row.row < 0 ? 0 : 4);
         EXPECT_TRUE(box().receiver().lets_video_out());
     }
 }
@@ -159,7 +160,7 @@ TEST(ReceiverInfo, StabilityFollowsTheChip)
     EXPECT_EQ(hdmirx_is_stable(0), 1);
     box().source(0).plug(picture("1080p60"));
     bench::ticks(12);
-    EXPECT_NE(rx::driver.VState, rx::VSTATE_VideoOn);
+    EXPECT_NE(rx::VState(), rx::VSTATE_VideoOn);
     EXPECT_EQ(hdmirx_is_stable(0), 0);
     box().source(0).set_sync(false);
     const uint64_t before = box().i2c().count(0x48);
@@ -202,7 +203,7 @@ TEST(ReceiverVideo, ClockDriftIsReportedBeyondItsToleranceAndIgnored)
         box().source(0).change(signal, true);
         bench::ticks(3); // it is measured over two fields
         EXPECT_EQ(bench::printed(bench::tick), row.message);
-        EXPECT_EQ(rx::driver.VState, rx::VSTATE_VideoOn);
+        EXPECT_EQ(rx::VState(), rx::VSTATE_VideoOn);
     }
 }
 
@@ -215,5 +216,5 @@ TEST(ReceiverVideo, ReferenceIsTakenAgainWhenThePictureHasSettled)
     signal.clock_error_percent = 10;
     box().source(0).change(signal, true);
     EXPECT_EQ(bench::count(bench::printed([] { bench::ticks(200); }), "Xcnt changed"), 0u);
-    EXPECT_EQ(rx::driver.s_CurrentVM.xCnt, 116);
+    EXPECT_EQ(rx::CurrentVideoMode().xCnt, 116);
 }

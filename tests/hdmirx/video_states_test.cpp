@@ -1,4 +1,7 @@
 #include "hdmirx/src/hdmirx/access.h"
+#include "hdmirx/src/hdmirx/audio.h"
+#include "hdmirx/src/hdmirx/port.h"
+#include "hdmirx/src/hdmirx/video_mode.h"
 #include "hdmirx/src/hdmirx/video_state.h"
 #include "tests/hdmirx/receiver_bench.h"
 
@@ -35,7 +38,7 @@ TEST(ReceiverVideo, GoesFromFiveVoltsToPictureInTheTicksOfItsTimers)
     EXPECT_TRUE(box().receiver().terminated(0));
     EXPECT_TRUE(box().receiver().lets_video_out());
     EXPECT_TRUE(box().receiver().lets_audio_out());
-    EXPECT_EQ(rx::driver.s_CurrentVM.HTotal, 2200);
+    EXPECT_EQ(rx::CurrentVideoMode().HTotal, 2200);
 }
 
 // Every row: a cause in the world, the change it must lead to, and the message that names the cause.
@@ -129,7 +132,7 @@ TEST(ReceiverVideo, FifteenSyncLossesInARowResetTheChip)
         return changes(bench::printed([] { bench::ticks(150); }), "SyncWait ", "SWReset");
     };
     EXPECT_EQ(resets_after(14), 0u);
-    EXPECT_EQ(rx::driver.VState, rx::VSTATE_VideoOn);
+    EXPECT_EQ(rx::VState(), rx::VSTATE_VideoOn);
     bench::ticks(100); // settled again
     EXPECT_EQ(resets_after(14), 0u);
     bench::ticks(100);
@@ -197,16 +200,16 @@ TEST(ReceiverPorts, SwitchingRestartsTheSearchForSync)
     ASSERT_GT(bench::ticks_until(rx::VSTATE_VideoOn), 0);
 
     EXPECT_EQ(bench::printed([] { hdmirx_select_port(0); }).substr(0, 22), "\nRXINT_VideoMode_Chg\ns");
-    EXPECT_EQ(rx::driver.VState, rx::VSTATE_SyncWait) << "5 V is there: no reset";
+    EXPECT_EQ(rx::VState(), rx::VSTATE_SyncWait) << "5 V is there: no reset";
     EXPECT_GT(bench::ticks_until(rx::VSTATE_VideoOn), 0);
     EXPECT_EQ(hdmirx_auto_select_port(), 0);
     EXPECT_EQ(hdmirx_get_port(), 0);
     source().unplug();
     hdmirx_select_port(1);
-    EXPECT_EQ(rx::driver.VState, rx::VSTATE_SWReset) << "no 5 V: the chip starts over";
+    EXPECT_EQ(rx::VState(), rx::VSTATE_SWReset) << "no 5 V: the chip starts over";
     EXPECT_EQ(hdmirx_get_port(), 1);
     box().source(1).plug(picture("720p60"));
     EXPECT_GT(bench::ticks_until(rx::VSTATE_VideoOn), 0);
-    EXPECT_EQ(rx::driver.s_CurrentVM.HActive, 1280);
+    EXPECT_EQ(rx::CurrentVideoMode().HActive, 1280);
     EXPECT_EQ(hdmirx_auto_select_port(), -1) << "the test follows the switch at once, before a picture can be there";
 }

@@ -1,15 +1,14 @@
 #include "hdmirx/src/hdmirx/access.h"
 
 #include "devaccess/i2c.h"
-#include "hdmirx/src/hdmirx/message.h"
 #include "hdmirx/src/hdmirx/registers.h"
-#include "hdmirx/src/hdmirx/state.h"
 #include "platform/platform.h"
 
 #include <cstring>
 
 namespace capd::rx {
 
+static constexpr unsigned int RX_I2C_ADDRESS = i2c_write_address(I2C_RECEIVER);
 static constexpr unsigned char DEVICE_TAG = 0; // shown in the transport's failure line only
 
 void sleep_ms(unsigned milliseconds)
@@ -46,26 +45,25 @@ void SetRxRegBits(uint8_t reg, uint8_t mask, uint8_t value)
     WriteRxReg(reg, kept | value);
 }
 
+void SetRxRegField(uint8_t reg, uint8_t field, uint8_t value)
+{
+    SetRxRegBits(reg, static_cast<uint8_t>(~field), value);
+}
+
 void SetRxRegFlags(uint8_t reg, uint8_t flags)
 {
-    SetRxRegBits(reg, static_cast<uint8_t>(~flags), flags);
+    SetRxRegField(reg, flags, flags);
 }
 
 void ClearRxRegFlags(uint8_t reg, uint8_t flags)
 {
-    SetRxRegBits(reg, static_cast<uint8_t>(~flags), 0);
+    SetRxRegField(reg, flags, 0);
 }
 
-uint8_t SetRxOutputControl(uint8_t mask, uint8_t value)
+uint8_t SetRxOutputControl(uint8_t field, uint8_t value)
 {
-    SetRxRegBits(REG_RX_OUTPUT, mask, value);
+    SetRxRegField(REG_RX_OUTPUT, field, value);
     return ReadRxReg(REG_RX_OUTPUT);
-}
-
-void ResetRxOutputControl()
-{
-    const bool blank = driver.mute_mode != MUTE_MODE_NEVER;
-    SetRxOutputControl(static_cast<uint8_t>(~OUTPUT_RESET), blank ? OUTPUT_RESET : OUTPUT_RESET & ~OUTPUT_VIDEO_OFF);
 }
 
 void PulseRxReset(uint8_t bits)
@@ -80,55 +78,6 @@ void PulseRxReset(uint8_t bits)
 void LoadRxRegTable(const RegPair* table)
 {
     for (; table->reg != TABLE_END; ++table) WriteRxReg(table->reg, table->value);
-}
-
-void Terminator_On()
-{
-    const uint8_t value = ReadRxReg(REG_RX_PORT) & ~PORT_TERM_OFF;
-    WriteRxReg(REG_RX_PORT, value);
-    message("Terminator_On, reg07 = %02x\n", value);
-}
-
-void Terminator_Off()
-{
-    const uint8_t value = ReadRxReg(REG_RX_PORT) | PORT_TERM_OFF;
-    WriteRxReg(REG_RX_PORT, value);
-    message("Terminator_Off, reg07 = %02x\n", value);
-}
-
-void SelectHDMIPort(int port)
-{
-    const int wanted = port != 0 ? 1 : 0;
-    driver.ucCurrentHDMIPort = static_cast<uint8_t>(wanted);
-    message("SelectHDMIPort ucPort = %d, ucCurrentHDMIPort = %d\n", wanted, driver.ucCurrentHDMIPort);
-}
-
-void SetMuteMode(int mode)
-{
-    driver.mute_mode = mode == 0 ? MUTE_MODE_ALWAYS : mode == 1 ? MUTE_MODE_NEVER : MUTE_MODE_AUTO;
-    const bool show =
-        driver.mute_mode == MUTE_MODE_NEVER || (driver.mute_mode == MUTE_MODE_AUTO && driver.VState == VSTATE_VideoOn);
-    SetRxOutputControl(static_cast<uint8_t>(~OUTPUT_VIDEO_OFF), show ? 0 : OUTPUT_VIDEO_OFF);
-}
-
-bool Has5VPwr(uint8_t status)
-{
-    return (status & (driver.ucCurrentHDMIPort == 1 ? STATUS_5V_PORT1 : STATUS_5V_PORT0)) != 0;
-}
-
-bool CheckPlg5VPwr()
-{
-    return Has5VPwr(ReadRxReg(REG_RX_STATUS));
-}
-
-bool IsSCDT()
-{
-    return (ReadRxReg(REG_RX_STATUS) & STATUS_SCDT) == STATUS_SCDT;
-}
-
-bool IsHDMIMode()
-{
-    return (ReadRxReg(REG_RX_STATUS) & STATUS_HDMI) != 0;
 }
 
 } // namespace capd::rx

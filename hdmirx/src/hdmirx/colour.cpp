@@ -2,9 +2,10 @@
 
 #include "hdmirx/src/hdmirx/access.h"
 #include "hdmirx/src/hdmirx/message.h"
+#include "hdmirx/src/hdmirx/mute.h"
+#include "hdmirx/src/hdmirx/port.h"
 #include "hdmirx/src/hdmirx/registers.h"
-#include "hdmirx/src/hdmirx/state.h"
-#include "hdmirx/src/hdmirx/video_state.h"
+#include "hdmirx/src/hdmirx/video_mode.h"
 
 #include <cstdio>
 
@@ -40,20 +41,28 @@ const Matrix CONVERTER_MATRICES[2][2][2] = {
 };
 // clang-format on
 
+static constinit struct {
+    uint8_t InputFormatFlags = FORMAT_LIMITED_RANGE;
+    uint8_t OutputFormatFlags = FORMAT_CHROMA_DOWN;
+    bool NewAVIInfoFrameF = false;
+    uint8_t saved_avi_db1 = 0; // what the colour was last set up by
+    uint8_t saved_avi_db2 = 0;
+} state;
+
 static int input_colour()
 {
-    return driver.InputFormatFlags & FORMAT_COLOUR;
+    return state.InputFormatFlags & FORMAT_COLOUR;
 }
 
 static void set_input_colour(int mode)
 {
-    driver.InputFormatFlags = static_cast<uint8_t>((driver.InputFormatFlags & ~FORMAT_COLOUR) | mode);
+    state.InputFormatFlags = static_cast<uint8_t>((state.InputFormatFlags & ~FORMAT_COLOUR) | mode);
 }
 
 static void set_itu709(bool on)
 {
-    driver.InputFormatFlags =
-        static_cast<uint8_t>(on ? driver.InputFormatFlags | FORMAT_ITU709 : driver.InputFormatFlags & ~FORMAT_ITU709);
+    state.InputFormatFlags =
+        static_cast<uint8_t>(on ? state.InputFormatFlags | FORMAT_ITU709 : state.InputFormatFlags & ~FORMAT_ITU709);
 }
 
 void SetVideoInputFormatWithInfoFrame()
@@ -62,7 +71,7 @@ void SetVideoInputFormatWithInfoFrame()
     message("SetVideoInputFormatWithInfoFrame(): ");
     const uint8_t db1 = ReadRxReg(REG_RX_AVI_DB1);
     printf("REG_RX_AVI_DB1 %02X get uc %02X ", REG_RX_AVI_DB1, db1);
-    driver.saved_avi_db1 = db1;
+    state.saved_avi_db1 = db1;
 
     const int before = input_colour();
     const int colour = (db1 & AVI_DB1_COLOUR) >> 5;
@@ -79,8 +88,8 @@ void SetVideoInputFormatWithInfoFrame()
 
 void SetColorimetryByInfoFrame()
 {
-    message("SetColorimetryByInfoFrame: NewAVIInfoFrameF = %s ", driver.NewAVIInfoFrameF ? "TRUE" : "FALSE");
-    if (!driver.NewAVIInfoFrameF) return;
+    message("SetColorimetryByInfoFrame: NewAVIInfoFrameF = %s ", state.NewAVIInfoFrameF ? "TRUE" : "FALSE");
+    if (!state.NewAVIInfoFrameF) return;
     const uint8_t colorimetry = ReadRxReg(REG_RX_AVI_DB2) & AVI_DB2_COLORIMETRY;
     if (colorimetry == AVI_DB2_ITU601) {
         printf("F_MODE_ITU601\n");
@@ -93,7 +102,7 @@ void SetColorimetryByInfoFrame()
 
 void SetColorimetryByMode()
 {
-    const VideoMode& mode = driver.s_CurrentVM;
+    const VideoMode& mode = CurrentVideoMode();
     set_itu709(mode.HActive == 1920 || (mode.HActive == 1280 && mode.VActive == 720));
 }
 
@@ -106,7 +115,7 @@ void ForceInputColourMode(int mode)
         return;
     }
     set_input_colour(mode);
-    SetRxRegBits(REG_RX_COLOUR, static_cast<uint8_t>(~COLOUR_INPUT), FIELDS[mode]);
+    SetRxRegField(REG_RX_COLOUR, COLOUR_INPUT, FIELDS[mode]);
 }
 
 // What the converter and the chroma stage of REG_RX_OUTPUT_MODE have to do.
@@ -144,9 +153,9 @@ static Conversion to_rgb24(int input, uint8_t down, uint8_t up)
 
 static Conversion choose_conversion()
 {
-    const uint8_t down = (driver.OutputFormatFlags & FORMAT_CHROMA_DOWN) != 0 ? OUTPUT_DOWN : 0;
-    const uint8_t up = (driver.OutputFormatFlags & FORMAT_CHROMA_UP) != 0 ? OUTPUT_UP : 0;
-    switch (driver.OutputFormatFlags & FORMAT_COLOUR) {
+    const uint8_t down = (state.OutputFormatFlags & FORMAT_CHROMA_DOWN) != 0 ? CHROMA_DOWN : 0;
+    const uint8_t up = (state.OutputFormatFlags & FORMAT_CHROMA_UP) != 0 ? CHROMA_UP : 0;
+    switch (state.OutputFormatFlags & FORMAT_COLOUR) {
     case COLOUR_MODE_YUV422: message("Output mode is YUV422\n"); return to_yuv422(input_colour(), down, up);
     case COLOUR_MODE_YUV444: message("Output mode is YUV444\n"); return to_yuv444(input_colour(), down, up);
     case COLOUR_MODE_RGB: message("Output mode is RGB24\n"); return to_rgb24(input_colour(), down, up);
@@ -159,7 +168,7 @@ static void load_converter(bool to_rgb, bool itu709, bool full_range)
     uint8_t bytes[2 * std::tuple_size_v<Matrix>];
     uint8_t* next = bytes;
     for (const uint16_t word : CONVERTER_MATRICES[to_rgb][itu709][full_range]) {
-        *next++ = word & 0xFF;
+        *next++ = static_cast<uint8_t>(word & 0xFF);
         *next++ = static_cast<uint8_t>(word >> 8);
     }
     WriteRxBlock(REG_RX_CSC_OFFSET, CONVERTER_OFFSETS[full_range], sizeof CONVERTER_OFFSETS[full_range]);
@@ -170,22 +179,22 @@ void SetCSC()
 {
     const Conversion conversion = choose_conversion();
     message("Setting the hdmirx CSC associated registers \n");
-    const bool itu709 = (driver.InputFormatFlags & FORMAT_ITU709) != 0;
+    const bool itu709 = (state.InputFormatFlags & FORMAT_ITU709) != 0;
     if (conversion.converter == CONVERTER_RGB_TO_YUV) {
-        const bool limited = (driver.InputFormatFlags & FORMAT_LIMITED_RANGE) != 0;
+        const bool limited = (state.InputFormatFlags & FORMAT_LIMITED_RANGE) != 0;
         message("CSC = RGB2YUV ");
         printf("%s", itu709 ? "ITU709 " : "ITU601 ");
         printf("%s", limited ? " 16-235\n" : " 0-255\n");
         load_converter(false, itu709, !limited);
     } else if (conversion.converter == CONVERTER_YUV_TO_RGB) {
-        const bool limited = (driver.OutputFormatFlags & FORMAT_LIMITED_RANGE) != 0;
+        const bool limited = (state.OutputFormatFlags & FORMAT_LIMITED_RANGE) != 0;
         message("CSC = YUV2RGB ");
         printf("%s", itu709 ? "ITU709 " : "ITU601 ");
         printf("%s", limited ? "16-235\n" : "0-255\n");
         load_converter(true, itu709, !limited);
     }
-    SetRxRegBits(REG_RX_COLOUR, static_cast<uint8_t>(~COLOUR_CONVERTER), conversion.converter);
-    SetRxRegBits(REG_RX_OUTPUT_MODE, static_cast<uint8_t>(~OUTPUT_CHROMA), conversion.chroma);
+    SetRxRegField(REG_RX_COLOUR, COLOUR_CONVERTER, conversion.converter);
+    SetRxRegField(REG_RX_OUTPUT_MODE, OUTPUT_MODE_CHROMA, conversion.chroma);
 }
 
 void ApplyAVIInfo()
@@ -204,10 +213,48 @@ void ApplyDefaultColour()
 
 void RXINT_AVIInfoFrame_Chg()
 {
-    driver.NewAVIInfoFrameF = true;
-    if (driver.VState == VSTATE_VideoOn) ApplyAVIInfo();
-    driver.saved_avi_db1 = ReadRxReg(REG_RX_AVI_DB1);
-    driver.saved_avi_db2 = ReadRxReg(REG_RX_AVI_DB2);
+    state.NewAVIInfoFrameF = true;
+    if (PictureIsOn()) ApplyAVIInfo();
+    state.saved_avi_db1 = ReadRxReg(REG_RX_AVI_DB1);
+    state.saved_avi_db2 = ReadRxReg(REG_RX_AVI_DB2);
+}
+
+void FollowAVIInfo()
+{
+    const uint8_t db1 = ReadRxReg(REG_RX_AVI_DB1);
+    const uint8_t db2 = ReadRxReg(REG_RX_AVI_DB2);
+    if ((db1 != state.saved_avi_db1 || db2 != state.saved_avi_db2) && IsHDMIMode()) RXINT_AVIInfoFrame_Chg();
+    state.saved_avi_db1 = db1;
+    state.saved_avi_db2 = db2;
+}
+
+bool HasAVIInfo()
+{
+    return state.NewAVIInfoFrameF;
+}
+
+void ForgetAVIInfo()
+{
+    state.NewAVIInfoFrameF = false;
+}
+
+uint8_t OutputFormatFlags()
+{
+    return state.OutputFormatFlags;
+}
+
+void SetOutputFormatFlags(uint8_t flags)
+{
+    state.OutputFormatFlags = flags;
+}
+
+void TakeOutputColourMode()
+{
+    const uint8_t colour = ReadRxReg(REG_RX_OUTPUT_COLOUR) & OUTPUT_FORMAT;
+    const ColourMode mode = colour == OUTPUT_IS_YUV422   ? COLOUR_MODE_YUV422
+                            : colour == OUTPUT_IS_YUV444 ? COLOUR_MODE_YUV444
+                                                         : COLOUR_MODE_RGB;
+    state.OutputFormatFlags = without(state.OutputFormatFlags, FORMAT_COLOUR) | mode;
 }
 
 void SetHDMIRXVideoOutputFormat(uint8_t output_map, uint8_t output_mode, uint8_t colour_mode)
@@ -216,21 +263,21 @@ void SetHDMIRXVideoOutputFormat(uint8_t output_map, uint8_t output_mode, uint8_t
     message("SetHDMIRXVideoOutputFormat(%02X,%02X,%02X)\n", output_map, output_mode, colour_mode);
     WriteRxReg(REG_RX_OUTPUT_MODE, output_mode);
     WriteRxReg(REG_RX_OUTPUT_MAP, output_map);
-    driver.OutputFormatFlags =
-        static_cast<uint8_t>((driver.OutputFormatFlags & ~FORMAT_COLOUR) | (colour_mode & FORMAT_COLOUR));
-    const uint8_t field = colour_mode == COLOUR_MODE_YUV422   ? OUTPUT_COLOUR_YUV422
-                          : colour_mode == COLOUR_MODE_YUV444 ? OUTPUT_COLOUR_YUV444
-                                                              : OUTPUT_COLOUR_RGB24;
-    const uint8_t value = static_cast<uint8_t>((ReadRxReg(REG_RX_OUTPUT_COLOUR) & ~OUTPUT_COLOUR) | field);
+    state.OutputFormatFlags =
+        static_cast<uint8_t>((state.OutputFormatFlags & ~FORMAT_COLOUR) | (colour_mode & FORMAT_COLOUR));
+    const uint8_t field = colour_mode == COLOUR_MODE_YUV422   ? OUTPUT_IS_YUV422
+                          : colour_mode == COLOUR_MODE_YUV444 ? OUTPUT_IS_YUV444
+                                                              : OUTPUT_IS_RGB24;
+    const uint8_t value = static_cast<uint8_t>((ReadRxReg(REG_RX_OUTPUT_COLOUR) & ~OUTPUT_FORMAT) | field);
     WriteRxReg(REG_RX_OUTPUT_COLOUR, value);
     message("write %02X %02X\n", REG_RX_OUTPUT_COLOUR, value);
-    if (driver.VState != VSTATE_VideoOn) return;
+    if (!PictureIsOn()) return;
     if (IsHDMIMode()) {
         ApplyAVIInfo();
     } else {
         ApplyDefaultColour();
     }
-    SetRxMute(driver.av_mute);
+    SetRxMute(AVMute());
 }
 
 } // namespace capd::rx

@@ -1,9 +1,11 @@
 #include "hdmirx/src/hdmirx/init.h"
 
 #include "hdmirx/src/hdmirx/access.h"
-#include "hdmirx/src/hdmirx/message.h"
+#include "hdmirx/src/hdmirx/chip.h"
+#include "hdmirx/src/hdmirx/colour.h"
+#include "hdmirx/src/hdmirx/mute.h"
+#include "hdmirx/src/hdmirx/port.h"
 #include "hdmirx/src/hdmirx/registers.h"
-#include "hdmirx/src/hdmirx/state.h"
 #include "hdmirx/src/hdmirx/video_state.h"
 
 namespace capd::rx {
@@ -18,23 +20,13 @@ static constexpr RegPair SECOND_TABLE[] = {
     {0x1D, 0x20}, {0x75, 0x60}, {0x3D, 0x40}, {0x1B, 0x00}, {0x1C, 0x00}, {0x78, 0xC1}, {TABLE_END, 0x00},
 };
 
-static void pulse_software_reset()
-{
-    WriteRxReg(REG_RX_RESET, RESET_SOFTWARE);
-    sleep_ms(1);
-    ResetRxOutputControl();
-    WriteRxReg(REG_RX_RESET, RESET_NONE);
-}
-
 static void hold_in_reset(bool full)
 {
     WriteRxReg(REG_RX_POWER, 0);
-    if (full) WriteRxReg(REG_RX_RESET, RESET_ALL);
+    if (full) WriteRxReg(REG_RX_RESET, RESET_FULL);
     WriteRxReg(REG_RX_RESET, RESET_HOLD);
-    driver.ChipRevision = ReadRxReg(REG_RX_CHIP_REV);
-    WriteRxReg(REG_RX_PORT, driver.ucCurrentHDMIPort == 1 ? PORT_1 : PORT_0);
-    message("InitHDMIRX(FALSE): reg07 = %02X, ucCurrentHDMIPort = %d\n", ReadRxReg(REG_RX_PORT),
-            driver.ucCurrentHDMIPort);
+    ReadChipRevision();
+    ApplyHDMIPort();
 }
 
 static void load_tables()
@@ -44,17 +36,8 @@ static void load_tables()
     SetRxRegBits(REG_RX_CTRL3, 0, CTRL3_START);
     SetRxRegBits(REG_RX_CTRL2_EXT, 0, CTRL2_EXT_START);
     LoadRxRegTable(FIRST_TABLE);
-    if (driver.ChipRevision > CHIP_REV_A2) WriteRxReg(REG_RX_TUNING_9B, TUNING_9B_ON);
+    if (IsChipAboveA2()) WriteRxReg(REG_RX_TUNING_9B, TUNING_9B_ON);
     LoadRxRegTable(SECOND_TABLE);
-}
-
-static void take_output_colour_mode()
-{
-    const uint8_t colour = ReadRxReg(REG_RX_OUTPUT_COLOUR) & OUTPUT_COLOUR;
-    const ColourMode mode = colour == OUTPUT_COLOUR_YUV422   ? COLOUR_MODE_YUV422
-                            : colour == OUTPUT_COLOUR_YUV444 ? COLOUR_MODE_YUV444
-                                                             : COLOUR_MODE_RGB;
-    driver.OutputFormatFlags = (driver.OutputFormatFlags & ~FORMAT_COLOUR) | mode;
 }
 
 void InitHDMIRX(bool full)
@@ -62,15 +45,15 @@ void InitHDMIRX(bool full)
     Terminator_Off();
     hold_in_reset(full);
     load_tables();
-    take_output_colour_mode();
+    TakeOutputColourMode();
     ResetRxOutputControl();
     WriteRxReg(REG_RX_RESET, RESET_NONE);
-    if (driver.ChipRevision == CHIP_REV_A2) {
+    if (IsChipRevisionA2()) {
         WriteRxReg(REG_RX_TUNING_11, TUNING_11_FIRST);
         WriteRxReg(REG_RX_TUNING_11, TUNING_11_THEN);
     }
     if (full) sleep_ms(200);
-    pulse_software_reset();
+    PulseSoftwareReset();
     if (full) {
         Terminator_Off();
         SetVState(VSTATE_SWReset);
@@ -80,15 +63,6 @@ void InitHDMIRX(bool full)
         Terminator_On();
         SetVState(VSTATE_PwrOff);
     }
-}
-
-void SWReset_HDMIRX()
-{
-    pulse_software_reset();
-    Terminator_Off();
-    print_position();
-    SetVState(VSTATE_SWReset);
-    driver.ScdtOffCount = 0;
 }
 
 } // namespace capd::rx

@@ -1,6 +1,6 @@
 /**
  * @file
- * Bringing the receiver up and its software reset. Main thread only.
+ * Bringing the receiver up. Main thread only.
  */
 #pragma once
 
@@ -12,8 +12,5 @@ namespace capd::rx {
  *             false: load the registers and enter VSTATE_PwrOff with the terminators on
  */
 void InitHDMIRX(bool full);
-
-/** Reset the chip's logic, disconnect from the source and enter VSTATE_SWReset, which connects again. Sleeps 1 ms. */
-void SWReset_HDMIRX();
 
 } // namespace capd::rx

@@ -3,66 +3,29 @@
 #include "hdmirx/src/hdmirx/access.h"
 #include "hdmirx/src/hdmirx/audio.h"
 #include "hdmirx/src/hdmirx/colour.h"
-#include "hdmirx/src/hdmirx/init.h"
+#include "hdmirx/src/hdmirx/events.h"
 #include "hdmirx/src/hdmirx/message.h"
+#include "hdmirx/src/hdmirx/mute.h"
+#include "hdmirx/src/hdmirx/port.h"
 #include "hdmirx/src/hdmirx/registers.h"
 #include "hdmirx/src/hdmirx/video_state.h"
 
 namespace capd::rx {
 
-static constexpr uint16_t VSIF_TICKS = 32; // until the timing is measured again
-
-void RXINT_AVMute_Set()
-{
-    driver.av_mute = true;
-    SetRxAudioMute(true);
-    SetRxMute(true);
-    driver.mute_pending = true;
-    SetRxRegFlags(REG_RX_CTRL2, CTRL2_MUTE_CLEAR);
-    SetRxOutputControl(static_cast<uint8_t>(~OUTPUT_MUTE_IGNORE), 0);
-}
-
-void RXINT_AVMute_Clear()
-{
-    driver.av_mute = false;
-    SetRxOutputControl(static_cast<uint8_t>(~OUTPUT_MUTE_IGNORE), 0);
-    driver.mute_pending = false;
-    if (driver.VState == VSTATE_VideoOn) SetRxMute(false);
-    if (driver.AState == ASTATE_AudioOn) {
-        const uint8_t value = ReadRxReg(REG_RX_AUDIO_RESET);
-        WriteRxReg(REG_RX_AUDIO_RESET, value | AUDIO_RESET_UNMUTE);
-        WriteRxReg(REG_RX_AUDIO_RESET, value & ~AUDIO_RESET_UNMUTE);
-        SetRxAudioMute(false);
-    }
-    ClearRxRegFlags(REG_RX_CTRL2, CTRL2_MUTE_CLEAR);
-}
-
-void RXINT_VSIF_Chg()
-{
-    if (driver.ChipRevision <= CHIP_REV_A2) return;
-    if (ReadRxReg(REG_RX_VSIF_TYPE) == VSIF_TYPE && (ReadRxReg(REG_RX_VSIF_FORMAT) & VSIF_FORMAT) == VSIF_FORMAT_3D) {
-        SetRxRegFlags(REG_RX_3D, THREE_D_PICTURE);
-        ClearRxRegFlags(REG_RX_SYNC_PROC, SYNC_PROC_RUN);
-    }
-    driver.video_timer = VSIF_TICKS;
-}
-
 static void handle_sync_events(uint8_t events)
 {
     if ((events & INT1_SCDT_OFF) != 0) {
         message("SCDT Off interrupt\n");
-        if (driver.VState != VSTATE_PwrOff) {
+        if (VState() != VSTATE_PwrOff) {
             message("GetSCDT OFF\n");
-            print_position();
-            SetVState(VSTATE_SyncWait);
-            ++driver.ScdtOffCount;
+            SyncLost();
         }
     }
-    if ((events & INT1_5V_ON) != 0 && driver.VState == VSTATE_PwrOff && CheckPlg5VPwr()) {
+    if ((events & INT1_5V_ON) != 0 && VState() == VSTATE_PwrOff && CheckPlg5VPwr()) {
         print_position();
         SetVState(VSTATE_SyncWait);
     }
-    if ((events & INT1_SCDT_ON) != 0 && driver.VState == VSTATE_SyncWait) {
+    if ((events & INT1_SCDT_ON) != 0 && VState() == VSTATE_SyncWait) {
         message("SCDT On interrupt\n");
         if (IsSCDT()) {
             print_position();
@@ -73,7 +36,7 @@ static void handle_sync_events(uint8_t events)
 
 static void handle_mode_events(uint8_t events)
 {
-    if (driver.VState != VSTATE_VideoOn) return;
+    if (VState() != VSTATE_VideoOn) return;
     if ((events & INT1_HDMI_MODE) != 0) {
         message("HDMI Mode change interrupt.\n");
         RXINT_VideoMode_Chg();
@@ -91,7 +54,7 @@ static bool handle_group1()
     const uint8_t events = ReadRxReg(REG_RX_INT1);
     if (events == 0) return true;
     PulseRxReset(PULSE_INT1);
-    if (!CheckPlg5VPwr() && driver.VState != VSTATE_PwrOff) {
+    if (!CheckPlg5VPwr() && VState() != VSTATE_PwrOff) {
         SWReset_HDMIRX();
         return false;
     }
@@ -100,7 +63,7 @@ static bool handle_group1()
         ReadRxReg(REG_RX_STATUS);
         SWReset_HDMIRX();
     }
-    if (driver.VState == VSTATE_SWReset) return false;
+    if (VState() == VSTATE_SWReset) return false;
     handle_sync_events(events);
     handle_mode_events(events);
     return true;
@@ -110,7 +73,7 @@ static bool handle_group1()
 static void handle_group2()
 {
     const uint8_t events = ReadRxReg(REG_RX_INT2);
-    const uint8_t more = driver.VState == VSTATE_VideoOn ? ReadRxReg(REG_RX_INT2_EXT) & INT2_EXT_VSIF : 0;
+    const uint8_t more = VState() == VSTATE_VideoOn ? ReadRxReg(REG_RX_INT2_EXT) & INT2_EXT_VSIF : 0;
     if (events == 0 && more == 0) return;
     PulseRxReset(PULSE_INT2);
     if ((events & INT2_MUTE_SET) != 0) {
@@ -120,7 +83,7 @@ static void handle_group2()
     }
     if ((events & INT2_NEW_AVI) != 0) {
         message("New AVI Info Frame Change interrupt\n");
-        if (driver.callback != nullptr) driver.callback(HDMIRX_EVENT_AVI_CHANGE, 0);
+        DeliverEvent(HDMIRX_EVENT_AVI_CHANGE);
         RXINT_AVIInfoFrame_Chg();
     }
     if ((events & INT2_MUTE_CLEAR) != 0) {
@@ -145,11 +108,11 @@ static void handle_group3()
         const uint8_t value = ReadRxReg(REG_RX_CTRL3);
         WriteRxReg(REG_RX_CTRL3, value | CTRL3_FIFO_ACK);
         sleep_ms(1);
-        WriteRxReg(REG_RX_CTRL3, value & ~CTRL3_FIFO_ACK);
+        WriteRxReg(REG_RX_CTRL3, without(value, CTRL3_FIFO_ACK));
     }
-    if (driver.VState != VSTATE_VideoOn || (events & (INT3_AUDIO_ERROR | INT3_ECC)) == 0) return;
+    if (VState() != VSTATE_VideoOn || (events & (INT3_AUDIO_ERROR | INT3_ECC)) == 0) return;
     PulseRxReset(PULSE_INT3);
-    if (driver.AState != ASTATE_AudioOff && (events & INT3_AUDIO_ERROR) != 0) handle_audio_error();
+    if (AState() != ASTATE_AudioOff && (events & INT3_AUDIO_ERROR) != 0) handle_audio_error();
     if ((events & INT3_ECC) != 0) {
         message("int3 = %02X,ECC error interrupt\n", events);
         PulseRxReset(PULSE_ECC);
@@ -159,7 +122,7 @@ static void handle_group3()
 
 void RXINT_Handler()
 {
-    if (driver.VState == VSTATE_Off || driver.VState == VSTATE_SWReset) return;
+    if (VState() == VSTATE_Off || VState() == VSTATE_SWReset) return;
     if (!handle_group1()) return;
     handle_group2();
     handle_group3();

@@ -10,13 +10,4 @@ namespace capd::rx {
 /** Read, clear and handle what the chip has latched. Runs the daemon's callback. */
 void RXINT_Handler();
 
-/** The source has set AV mute. */
-void RXINT_AVMute_Set();
-
-/** The source has cleared AV mute. */
-void RXINT_AVMute_Clear();
-
-/** A vendor-specific info frame has come or changed: it may announce a 3D picture. */
-void RXINT_VSIF_Chg();
-
 } // namespace capd::rx

@@ -10,13 +10,11 @@
 namespace capd::rx {
 
 // clang-format off
-constexpr unsigned RX_I2C_ADDRESS = 0x90; // 8-bit form
-
 constexpr uint8_t REG_RX_CHIP_REV    = 0x04; // read-only
 constexpr uint8_t   CHIP_REV_A2      = 0xA2; // this one needs TUNING_11, later ones TUNING_9B and have 3D
 
 constexpr uint8_t REG_RX_RESET       = 0x05;
-constexpr uint8_t   RESET_ALL        = 0x10; // first step of a full initialisation
+constexpr uint8_t   RESET_FULL       = 0x10; // first step of a full initialisation
 constexpr uint8_t   RESET_HOLD       = 0xA1; // held while the tables are loaded
 constexpr uint8_t   RESET_VIDEO      = 0xA0;
 constexpr uint8_t   RESET_SOFTWARE   = 0x21;
@@ -88,10 +86,10 @@ constexpr uint8_t   PULSE_INT2       = 0xC2;
 
 constexpr uint8_t REG_RX_OUTPUT_MAP  = 0x1B;
 constexpr uint8_t REG_RX_OUTPUT_MODE = 0x1C;
-constexpr uint8_t   OUTPUT_SYNC      = 0x02; // pulsed before the output is released
-constexpr uint8_t   OUTPUT_CHROMA    = 0xB0; // replaced by the converter set-up
-constexpr uint8_t   OUTPUT_DOWN      = 0x10; // chroma sub-sampling
-constexpr uint8_t   OUTPUT_UP        = 0x90; // chroma filter
+constexpr uint8_t   OUTPUT_MODE_SYNC   = 0x02; // pulsed before the output is released
+constexpr uint8_t   OUTPUT_MODE_CHROMA = 0xB0; // field, replaced by the converter set-up:
+constexpr uint8_t     CHROMA_DOWN    = 0x10; // chroma sub-sampling
+constexpr uint8_t     CHROMA_UP      = 0x90; // chroma filter
 
 constexpr uint8_t REG_RX_SYNC_PROC   = 0x1F; // sync processing
 constexpr uint8_t   SYNC_PROC_IDLE   = 0x00;
@@ -116,10 +114,10 @@ constexpr uint8_t REG_RX_3D          = 0x3C; // revisions above 0xA2
 constexpr uint8_t   THREE_D_PICTURE  = 0x04;
 
 constexpr uint8_t REG_RX_OUTPUT_COLOUR = 0x3D;
-constexpr uint8_t   OUTPUT_COLOUR        = 0xC0; // field:
-constexpr uint8_t     OUTPUT_COLOUR_RGB24  = 0x00;
-constexpr uint8_t     OUTPUT_COLOUR_YUV422 = 0x40;
-constexpr uint8_t     OUTPUT_COLOUR_YUV444 = 0x80;
+constexpr uint8_t   OUTPUT_FORMAT    = 0xC0; // field:
+constexpr uint8_t     OUTPUT_IS_RGB24  = 0x00;
+constexpr uint8_t     OUTPUT_IS_YUV422 = 0x40;
+constexpr uint8_t     OUTPUT_IS_YUV444 = 0x80;
 
 // Measured timing. The _HIGH fields carry a count's upper bits.
 constexpr uint8_t REG_RX_SCAN        = 0x58;
@@ -169,7 +167,7 @@ constexpr uint8_t   FS_FORCE_CLOCK   = 0x70;
 
 constexpr uint8_t REG_RX_AUDIO_FS    = 0x84; // read-only
 constexpr uint8_t   AUDIO_FS_CODE    = 0x0F; // IEC 60958 sampling-frequency code
-constexpr uint8_t   AUDIO_FS_DEPTH   = 0xF0; // field, about the picture: 4 24 bits, 5 30, 6 36, 7 48
+constexpr uint8_t   PICTURE_DEPTH    = 0xF0; // field, about the picture: 4 24 bits, 5 30, 6 36, 7 48
 constexpr uint8_t REG_RX_LINK_STATE  = 0x85;
 constexpr uint8_t REG_RX_AUDIO_RESET = 0x87;
 constexpr uint8_t   AUDIO_RESET_UNMUTE = 0x10; // pulsed at the end of an AV mute
@@ -178,11 +176,11 @@ constexpr uint8_t REG_RX_AUDIO_HBR   = 0x88;
 constexpr uint8_t   AUDIO_HBR_BYPASS = 0x10;
 
 constexpr uint8_t REG_RX_OUTPUT      = 0x89; // output control
-constexpr uint8_t   OUTPUT_AUDIO_OFF = 0x1F; // all: audio outputs muted
-constexpr uint8_t   OUTPUT_VIDEO_OFF = 0x20;
-constexpr uint8_t   OUTPUT_MUTE_STEP = 0x40; // pulsed to release an AV mute
-constexpr uint8_t   OUTPUT_MUTE_IGNORE = 0x80; // set: the source's AV mute no longer reaches the outputs
-constexpr uint8_t   OUTPUT_RESET     = 0x7F; // start value of bits 0 to 6; without OUTPUT_VIDEO_OFF in mute mode 1
+constexpr uint8_t   OUT_AUDIO_OFF    = 0x1F; // all: audio outputs muted
+constexpr uint8_t   OUT_VIDEO_OFF    = 0x20;
+constexpr uint8_t   OUT_MUTE_STEP    = 0x40; // pulsed to release an AV mute
+constexpr uint8_t   OUT_MUTE_IGNORE  = 0x80; // set: the source's AV mute no longer reaches the outputs
+constexpr uint8_t   OUT_RESET        = 0x7F; // start value of bits 0 to 6; without OUT_VIDEO_OFF in mute mode 1
 
 constexpr uint8_t REG_RX_AUDIO_STATE = 0x8A; // read-only
 constexpr uint8_t   AUDIO_LINES      = 0x0F; // active sample-data lines

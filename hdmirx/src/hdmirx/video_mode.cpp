@@ -3,7 +3,6 @@
 #include "hdmirx/src/hdmirx/access.h"
 #include "hdmirx/src/hdmirx/message.h"
 #include "hdmirx/src/hdmirx/registers.h"
-#include "hdmirx/src/hdmirx/state.h"
 
 #include <cstdlib>
 
@@ -11,12 +10,22 @@ namespace capd::rx {
 
 static constexpr uint32_t PCLK_UNKNOWN_KHZ = 1234;
 
+static VideoMode s_CurrentVM = {};
+
+const VideoMode& CurrentVideoMode()
+{
+    return s_CurrentVM;
+}
+
 static uint16_t with_high(uint8_t low, int high)
 {
     return static_cast<uint16_t>(low | (high << 8));
 }
 
 // The chip leaves out the topmost bit of an active size; it is set when the size still fits into the total with it.
+static constexpr int H_ACTIVE_TOP_BIT = 0x800;
+static constexpr int V_ACTIVE_TOP_BIT = 0x400;
+
 static uint16_t with_top_bit(uint16_t active, int top_bit, uint16_t total)
 {
     return static_cast<uint16_t>((active | top_bit) < total ? active | top_bit : active);
@@ -34,6 +43,20 @@ uint16_t ReadVTotal()
     return with_high(low, ReadRxReg(REG_RX_V_HIGH) & V_HIGH_TOTAL);
 }
 
+uint16_t ReadHActive()
+{
+    const int high = (ReadRxReg(REG_RX_H_HIGH) & H_HIGH_ACTIVE) >> 4;
+    const uint16_t total = ReadHTotal();
+    return with_top_bit(with_high(ReadRxReg(REG_RX_HACTIVE), high), H_ACTIVE_TOP_BIT, total);
+}
+
+uint16_t ReadVActive()
+{
+    const int high = (ReadRxReg(REG_RX_V_HIGH) & V_HIGH_ACTIVE) >> 4;
+    const uint16_t total = ReadVTotal();
+    return with_top_bit(with_high(ReadRxReg(REG_RX_VACTIVE), high), V_ACTIVE_TOP_BIT, total);
+}
+
 bool ReadProgressive()
 {
     return (ReadRxReg(REG_RX_SCAN) & SCAN_INTERLACED) == 0;
@@ -45,7 +68,7 @@ static void measure_horizontal(VideoMode& mode)
     const uint8_t high = ReadRxReg(REG_RX_H_HIGH);
     mode.HTotal = with_high(total_low, high & H_HIGH_TOTAL);
     const uint16_t active = with_high(ReadRxReg(REG_RX_HACTIVE), (high & H_HIGH_ACTIVE) >> 4);
-    mode.HActive = with_top_bit(active, 0x800, mode.HTotal);
+    mode.HActive = with_top_bit(active, H_ACTIVE_TOP_BIT, mode.HTotal);
     const uint8_t sync_low = ReadRxReg(REG_RX_HSYNC);
     const uint8_t sync_high = ReadRxReg(REG_RX_HSYNC_HIGH);
     mode.HSyncWidth = with_high(sync_low, sync_high & HSYNC_HIGH_WIDTH);
@@ -59,25 +82,33 @@ static void measure_vertical(VideoMode& mode)
     const uint8_t high = ReadRxReg(REG_RX_V_HIGH);
     mode.VTotal = with_high(total_low, high & V_HIGH_TOTAL_DETECT);
     const uint16_t active = with_high(ReadRxReg(REG_RX_VACTIVE), (high & V_HIGH_ACTIVE_DETECT) >> 4);
-    mode.VActive = with_top_bit(active, 0x400, mode.VTotal);
+    mode.VActive = with_top_bit(active, V_ACTIVE_TOP_BIT, mode.VTotal);
     mode.VBackPorch = ReadRxReg(REG_RX_VSYNC_TO_DE);
     mode.VFrontPorch = ReadRxReg(REG_RX_VFRONT);
     mode.VSyncWidth = 0; // not measured
 }
 
+// How far a measured timing may lie from the mode that it is taken for. The clock is counted coarsely, and the lines of
+// an interlaced mode are those of a field, which differ by one.
+static constexpr uint32_t PCLK_TOLERANCE_PERCENT = 3;
+static constexpr int HTOTAL_TOLERANCE = 4;
+static constexpr int VACTIVE_TOLERANCE = 10;
+static constexpr int VTOTAL_TOLERANCE = 40;
+
 static bool matches(const VideoMode& row, const VideoMode& mode, bool same_scan)
 {
     const uint32_t clock_error = row.PCLK > mode.PCLK ? row.PCLK - mode.PCLK : mode.PCLK - row.PCLK;
-    return 100 * clock_error / row.PCLK <= 3 && row.HActive == mode.HActive && abs(row.HTotal - mode.HTotal) <= 4 &&
-           abs(row.VActive - mode.VActive) <= 10 && abs(row.VTotal - mode.VTotal) <= 40 &&
+    return 100 * clock_error / row.PCLK <= PCLK_TOLERANCE_PERCENT && row.HActive == mode.HActive &&
+           abs(row.HTotal - mode.HTotal) <= HTOTAL_TOLERANCE && abs(row.VActive - mode.VActive) <= VACTIVE_TOLERANCE &&
+           abs(row.VTotal - mode.VTotal) <= VTOTAL_TOLERANCE &&
            (!same_scan || ((row.flags ^ mode.flags) & MODE_PROGRESSIVE) == 0);
 }
 
 static int take_from_table(bool same_scan)
 {
     for (const VideoMode& row : s_VMTable) {
-        if (!matches(row, driver.s_CurrentVM, same_scan)) continue;
-        driver.s_CurrentVM = row;
+        if (!matches(row, s_CurrentVM, same_scan)) continue;
+        s_CurrentVM = row;
         return 1;
     }
     return 0;
@@ -85,7 +116,7 @@ static int take_from_table(bool same_scan)
 
 int DetectVideoMode()
 {
-    VideoMode& mode = driver.s_CurrentVM;
+    VideoMode& mode = s_CurrentVM;
     measure_horizontal(mode);
     measure_vertical(mode);
     mode.xCnt = ReadRxReg(REG_RX_XCNT);

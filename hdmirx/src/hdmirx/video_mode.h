@@ -34,7 +34,10 @@ constexpr uint8_t MODE_HSYNC_POSITIVE = 0x04;
 /** Standard modes, searched from the front: 0 to 29 television formats, the rest computer display timings. */
 extern const std::array<VideoMode, 93> s_VMTable;
 
-/** Measure the timing into s_CurrentVM; a standard mode replaces what was measured. @return 1 matched, 0 not */
+/** @return the timing last measured */
+const VideoMode& CurrentVideoMode();
+
+/** Measure the timing into the current mode; a standard mode replaces what was measured. @return 1 matched, 0 not */
 int DetectVideoMode();
 
 /** @return measured pixels per line, 12 bits */
@@ -42,6 +45,12 @@ uint16_t ReadHTotal();
 
 /** @return measured lines per field, 12 bits; wider than what mode detection looks at */
 uint16_t ReadVTotal();
+
+/** @return measured active pixels per line */
+uint16_t ReadHActive();
+
+/** @return measured active lines per field */
+uint16_t ReadVActive();
 
 /** @return true when the chip sees a progressive picture */
 bool ReadProgressive();

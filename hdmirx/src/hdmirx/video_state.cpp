@@ -2,12 +2,15 @@
 
 #include "hdmirx/src/hdmirx/access.h"
 #include "hdmirx/src/hdmirx/audio.h"
+#include "hdmirx/src/hdmirx/chip.h"
 #include "hdmirx/src/hdmirx/colour.h"
-#include "hdmirx/src/hdmirx/init.h"
-#include "hdmirx/src/hdmirx/interrupts.h"
 #include "hdmirx/src/hdmirx/message.h"
+#include "hdmirx/src/hdmirx/mute.h"
+#include "hdmirx/src/hdmirx/port.h"
 #include "hdmirx/src/hdmirx/registers.h"
+#include "hdmirx/src/hdmirx/video_mode.h"
 
+#include <array>
 #include <cstdio>
 #include <cstdlib>
 
@@ -19,55 +22,86 @@ static constexpr uint16_t SW_RESET_TICKS = 16;
 static constexpr uint16_t SYNC_CHECKING_TICKS = 5;
 static constexpr uint16_t VIDEO_ON_TICKS = 94;
 static constexpr uint16_t COLOR_DETECT_TICKS = 13;
-static constexpr uint16_t MUTED_TICKS = 5; // held at this while the source mutes
+static constexpr uint16_t MUTED_TICKS = 5;            // held at this while the source mutes
+static constexpr uint16_t VSIF_TICKS = 32;            // until the timing is measured again
+static constexpr uint16_t SOFTWARE_RESET_TICKS = 469; // 9.38 s allowed in SyncWait and SyncChecking together
 static constexpr uint8_t SCDT_OFF_LIMIT = 14;
 
-static bool source_mutes()
+// The blank at the end of one name has always been in the logs; tools that read them look for it.
+static constexpr std::array<const char*, 11> VSTATE_NAMES = {
+    "VSTATE_Off", "VSTATE_PwrOff",        "VSTATE_SyncWait ", "VSTATE_SWReset",          "VSTATE_SyncChecking", "",
+    "",           "VSTATE_ModeDetecting", "VSTATE_VideoOn",   "VSTATE_ColorDetectReset", "VSTATE_Reserved",
+};
+
+static constinit struct {
+    VideoState VState = VSTATE_PwrOff;
+    uint16_t timer = 0; // ticks left in the state
+    uint16_t SoftwareResetTimeout = SOFTWARE_RESET_TICKS;
+    uint8_t ScdtOffCount = 0;
+    bool mute_at_entry = false; // the source muted when the picture came on
+    uint16_t saved_htotal = 0;  // with the next two: the timing that the running picture is compared with
+    uint8_t saved_xcnt = 0;
+    bool saved_progressive = false;
+} machine;
+
+const char* VStateName(VideoState state)
 {
-    return (ReadRxReg(REG_RX_MUTE_STATUS) & MUTE_BY_SOURCE) != 0;
+    return VSTATE_NAMES[state];
+}
+
+VideoState VState()
+{
+    return machine.VState;
+}
+
+uint16_t VideoTicksLeft()
+{
+    return machine.timer;
+}
+
+uint8_t ScdtOffCount()
+{
+    return machine.ScdtOffCount;
 }
 
 static void save_timing()
 {
-    driver.saved_htotal = driver.s_CurrentVM.HTotal;
-    driver.saved_xcnt = driver.s_CurrentVM.xCnt;
-    driver.saved_progressive = driver.s_CurrentVM.flags & MODE_PROGRESSIVE;
+    machine.saved_htotal = CurrentVideoMode().HTotal;
+    machine.saved_xcnt = CurrentVideoMode().xCnt;
+    machine.saved_progressive = (CurrentVideoMode().flags & MODE_PROGRESSIVE) != 0;
 }
 
-static void blank_for_state(VideoState state)
+static bool has_sync(VideoState state)
 {
-    const bool synced = state == VSTATE_SyncChecking || state == VSTATE_ModeDetecting || state == VSTATE_VideoOn;
-    const bool show = driver.mute_mode == MUTE_MODE_NEVER || (driver.mute_mode == MUTE_MODE_AUTO && synced);
-    SetRxOutputControl(static_cast<uint8_t>(~OUTPUT_VIDEO_OFF), show ? 0 : OUTPUT_VIDEO_OFF);
+    return state == VSTATE_SyncChecking || state == VSTATE_ModeDetecting || state == VSTATE_VideoOn;
 }
 
 static void enter_sync_wait()
 {
     WriteRxReg(REG_RX_SYNC_PROC, SYNC_PROC_IDLE);
     ClearRxRegFlags(REG_RX_CTRL1, CTRL1_WATCH);
-    if (driver.ChipRevision > CHIP_REV_A2) ClearRxRegFlags(REG_RX_3D, THREE_D_PICTURE);
+    if (IsChipAboveA2()) ClearRxRegFlags(REG_RX_3D, THREE_D_PICTURE);
     SetRxMute(true);
-    driver.video_timer = SYNC_WAIT_TICKS;
+    machine.timer = SYNC_WAIT_TICKS;
 }
 
 static void enter_sync_checking()
 {
     WriteRxReg(REG_RX_LINK_RESTART, LINK_RESTART);
     WriteRxReg(REG_RX_SYNC_PROC, SYNC_PROC_RUN);
-    driver.video_timer = SYNC_CHECKING_TICKS;
+    machine.timer = SYNC_CHECKING_TICKS;
     ReadRxReg(REG_RX_LINK_STATE); // whether reading it clears something in the chip is not known
     message("switch VSTATE_SyncChecking, reg9A = %02X\n", ReadRxReg(REG_RX_CLOCK_STATE));
 }
 
 static void start_hdmi_picture()
 {
-    if (driver.NewAVIInfoFrameF) ApplyAVIInfo();
-    SetRxRegBits(REG_RX_CTRL3, static_cast<uint8_t>(~CTRL3_FIFO), CTRL3_ECC);
+    if (HasAVIInfo()) ApplyAVIInfo();
+    SetRxRegField(REG_RX_CTRL3, CTRL3_FIFO, CTRL3_ECC);
     SetRxRegFlags(REG_RX_CTRL2, CTRL2_START);
     SetRxRegFlags(REG_RX_CTRL1, CTRL1_MODE);
     WriteRxReg(REG_RX_CTRL2_EXT, CTRL2_EXT_PICTURE);
-    driver.av_mute = driver.mute_at_entry = source_mutes();
-    SetRxMute(driver.av_mute);
+    machine.mute_at_entry = TakeMuteFromSource();
     EnableAudio();
 }
 
@@ -77,14 +111,14 @@ static void start_dvi_picture()
     SetRxMute(false);
     message("### Audio Off 2\n");
     SetAState(ASTATE_AudioOff);
-    driver.NewAVIInfoFrameF = false;
+    ForgetAVIInfo();
 }
 
 static void enter_video_on()
 {
     SetRxRegFlags(REG_RX_CTRL1, CTRL1_WATCH);
-    driver.video_timer = VIDEO_ON_TICKS;
-    if (!driver.NewAVIInfoFrameF) ApplyDefaultColour();
+    machine.timer = VIDEO_ON_TICKS;
+    if (!HasAVIInfo()) ApplyDefaultColour();
     if (IsHDMIMode()) {
         start_hdmi_picture();
     } else {
@@ -97,27 +131,28 @@ static void enter_color_detect_reset()
 {
     ClearRxRegFlags(REG_RX_CTRL1, CTRL1_COLOUR);
     PulseRxReset(PULSE_INT1);
-    const uint8_t value = ReadRxReg(REG_RX_DETECT) & ~DETECT_RESET;
+    const uint8_t value = without(ReadRxReg(REG_RX_DETECT), DETECT_RESET);
     WriteRxReg(REG_RX_DETECT, value | DETECT_RESET);
     WriteRxReg(REG_RX_DETECT, value);
-    driver.video_timer = COLOR_DETECT_TICKS;
+    machine.timer = COLOR_DETECT_TICKS;
 }
 
 void SetVState(VideoState state)
 {
-    if (state == driver.VState) return;
-    if (driver.VState == VSTATE_VideoOn) {
+    if (state == machine.VState) return;
+    if (machine.VState == VSTATE_VideoOn) {
         message("### Audio Off 1\n");
         SetAState(ASTATE_AudioOff);
     }
-    message("RX VState %s -> %s\n", VStateName(driver.VState), VStateName(state));
-    if (state != VSTATE_SyncWait && state != VSTATE_SyncChecking) driver.SoftwareResetTimeout = SOFTWARE_RESET_TICKS;
-    blank_for_state(state);
-    driver.VState = state;
+    message("RX VState %s -> %s\n", VStateName(machine.VState), VStateName(state));
+    if (state != VSTATE_SyncWait && state != VSTATE_SyncChecking) machine.SoftwareResetTimeout = SOFTWARE_RESET_TICKS;
+    BlankVideo(has_sync(state));
+    machine.VState = state;
+    TellPicture(state == VSTATE_VideoOn);
 
     switch (state) {
     case VSTATE_SyncWait: enter_sync_wait(); break;
-    case VSTATE_SWReset: driver.video_timer = SW_RESET_TICKS; break;
+    case VSTATE_SWReset: machine.timer = SW_RESET_TICKS; break;
     case VSTATE_SyncChecking: enter_sync_checking(); break;
     case VSTATE_VideoOn: enter_video_on(); break;
     case VSTATE_ColorDetectReset: enter_color_detect_reset(); break;
@@ -128,45 +163,27 @@ void SetVState(VideoState state)
     }
 }
 
-static void write_and_show(uint8_t reg, uint8_t value)
+void SWReset_HDMIRX()
 {
-    WriteRxReg(reg, value);
-    message("reg %02X <- %02X = %02X\n", reg, value, ReadRxReg(reg));
+    PulseSoftwareReset();
+    Terminator_Off();
+    print_position();
+    SetVState(VSTATE_SWReset);
+    machine.ScdtOffCount = 0;
 }
 
-static void release_mute()
+void SyncLost()
 {
-    if (driver.VState != VSTATE_VideoOn) return;
-    const uint8_t mode = ReadRxReg(REG_RX_OUTPUT_MODE);
-    WriteRxReg(REG_RX_OUTPUT_MODE, mode | OUTPUT_SYNC);
-    WriteRxReg(REG_RX_OUTPUT_MODE, mode & ~OUTPUT_SYNC);
-    if (source_mutes()) {
-        SetRxOutputControl(static_cast<uint8_t>(~OUTPUT_MUTE_STEP), OUTPUT_MUTE_IGNORE);
-        return;
-    }
-    const uint8_t output = (ReadRxReg(REG_RX_OUTPUT) & ~OUTPUT_MUTE_IGNORE) | OUTPUT_MUTE_STEP;
-    write_and_show(REG_RX_OUTPUT, output);
-    write_and_show(REG_RX_OUTPUT, output & ~OUTPUT_MUTE_STEP);
-    const uint8_t colour = ReadRxReg(REG_RX_COLOUR) | COLOUR_MUTE;
-    write_and_show(REG_RX_COLOUR, colour);
-    write_and_show(REG_RX_COLOUR, colour & ~COLOUR_MUTE_NOW);
-}
-
-void SetRxMute(bool on)
-{
-    if (on) {
-        SetRxRegFlags(REG_RX_COLOUR, COLOUR_MUTE);
-        SetRxOutputControl(static_cast<uint8_t>(~OUTPUT_MUTE_STEP), 0);
-    } else {
-        release_mute();
-    }
+    print_position();
+    SetVState(VSTATE_SyncWait);
+    ++machine.ScdtOffCount;
 }
 
 void RXINT_VideoMode_Chg()
 {
     message("RXINT_VideoMode_Chg\n");
-    const bool ignore = driver.mute_at_entry; // some sources send one mode change as they end the mute they began with
-    driver.mute_at_entry = false;
+    const bool ignore = machine.mute_at_entry; // some sources send one mode change as they end the mute they began with
+    machine.mute_at_entry = false;
     if (!Has5VPwr(ReadRxReg(REG_RX_STATUS))) {
         SWReset_HDMIRX();
     } else if (!ignore) {
@@ -175,9 +192,19 @@ void RXINT_VideoMode_Chg()
     }
 }
 
+void RXINT_VSIF_Chg()
+{
+    if (!IsChipAboveA2()) return;
+    if (ReadRxReg(REG_RX_VSIF_TYPE) == VSIF_TYPE && (ReadRxReg(REG_RX_VSIF_FORMAT) & VSIF_FORMAT) == VSIF_FORMAT_3D) {
+        SetRxRegFlags(REG_RX_3D, THREE_D_PICTURE);
+        ClearRxRegFlags(REG_RX_SYNC_PROC, SYNC_PROC_RUN);
+    }
+    machine.timer = VSIF_TICKS;
+}
+
 static bool htotal_changed()
 {
-    if (abs(ReadHTotal() - driver.saved_htotal) < 5) return false;
+    if (abs(ReadHTotal() - machine.saved_htotal) < 5) return false;
     message("HTotal changed.\n");
     return true;
 }
@@ -186,10 +213,10 @@ static bool htotal_changed()
 static bool xcnt_changed()
 {
     const uint8_t now = ReadRxReg(REG_RX_XCNT);
-    const uint8_t difference = static_cast<uint8_t>(abs(now - driver.saved_xcnt));
+    const uint8_t difference = static_cast<uint8_t>(abs(now - machine.saved_xcnt));
     const int limit = now > 128 ? 6 : now > 64 ? 4 : now > 32 ? 2 : 1;
     if (difference <= limit) return false;
-    message("Xcnt changed. %02x -> %02x ", now, driver.saved_xcnt);
+    message("Xcnt changed. %02x -> %02x ", now, machine.saved_xcnt);
     printf(limit == 2 ? "diff = %d\n\r" : "diff = %d\r\n", difference);
     return true;
 }
@@ -199,40 +226,31 @@ static void check_for_change()
 {
     if (htotal_changed() || xcnt_changed()) {
         printf("\nIgnoring video change. Setting to false\r\n");
-    } else if (driver.s_CurrentVM.VActive < 300 && ReadProgressive() != (driver.saved_progressive != 0)) {
+    } else if (CurrentVideoMode().VActive < 300 && ReadProgressive() != machine.saved_progressive) {
         message("ScanMode change.\r\n");
         printf("\nIgnoring video change. Setting to false\r\n");
     }
 }
 
-static void follow_avi_bytes()
-{
-    const uint8_t db1 = ReadRxReg(REG_RX_AVI_DB1);
-    const uint8_t db2 = ReadRxReg(REG_RX_AVI_DB2);
-    if ((db1 != driver.saved_avi_db1 || db2 != driver.saved_avi_db2) && IsHDMIMode()) RXINT_AVIInfoFrame_Chg();
-    driver.saved_avi_db1 = db1;
-    driver.saved_avi_db2 = db2;
-}
-
 static void tick_video_on()
 {
-    if (driver.av_mute) {
-        driver.video_timer = MUTED_TICKS;
-    } else if (driver.video_timer == 1) {
+    if (AVMute()) {
+        machine.timer = MUTED_TICKS;
+    } else if (machine.timer == 1) {
         DetectVideoMode();
         save_timing();
     }
-    if (driver.video_timer == 0) {
-        driver.ScdtOffCount = 0;
-        if (!driver.av_mute) check_for_change();
+    if (machine.timer == 0) {
+        machine.ScdtOffCount = 0;
+        if (!AVMute()) check_for_change();
     }
-    follow_avi_bytes();
+    FollowAVIInfo();
 }
 
 // Is the source still there? Starts over and returns false when it is not.
 static bool line_is_up()
 {
-    switch (driver.VState) {
+    switch (machine.VState) {
     case VSTATE_SyncWait:
     case VSTATE_ColorDetectReset:
         if (CheckPlg5VPwr()) return true;
@@ -258,7 +276,7 @@ static bool line_is_up()
 // One tick of the time allowed without a picture. Resets the chip and returns false when it is over.
 static bool sync_in_time()
 {
-    if (--driver.SoftwareResetTimeout != 0) return true;
+    if (--machine.SoftwareResetTimeout != 0) return true;
     printf("\nsoftware reset timeout setting failed\n");
     SWReset_HDMIRX();
     return false;
@@ -267,7 +285,7 @@ static bool sync_in_time()
 static void tick_sync_wait()
 {
     if (!sync_in_time()) return;
-    if (driver.video_timer == 0) {
+    if (machine.timer == 0) {
         message("VsyncWaitResetTimer up, call SWReset_HDMIRX()\n");
         SWReset_HDMIRX();
     } else if ((ReadRxReg(REG_RX_STATUS) & STATUS_COMPLETE) == STATUS_COMPLETE) {
@@ -278,17 +296,16 @@ static void tick_sync_wait()
 
 static void when_timer_is_up(VideoState next)
 {
-    if (driver.video_timer != 0) return;
+    if (machine.timer != 0) return;
     print_position();
     SetVState(next);
 }
 
-static void tick_video()
+static void step_in_state()
 {
-    if (!line_is_up()) return;
-    switch (driver.VState) {
+    switch (machine.VState) {
     case VSTATE_SWReset:
-        if (driver.video_timer == 0) Terminator_On();
+        if (machine.timer == 0) Terminator_On();
         when_timer_is_up(VSTATE_PwrOff);
         break;
     case VSTATE_PwrOff:
@@ -309,49 +326,17 @@ static void tick_video()
     }
 }
 
-// Has the wait for the end of an AV mute that outlasted the start of the audio come to its end?
-static bool mute_wait_is_over()
+void VideoStep()
 {
-    if (driver.MuteResumingTimer == 0 || driver.VState != VSTATE_VideoOn) return false;
-    --driver.MuteResumingTimer;
-    const uint8_t status = ReadRxReg(REG_RX_MUTE_STATUS);
-    message("MuteResumingTimer = %d uc = %02X\n", driver.MuteResumingTimer, status);
-    if ((status & MUTE_BY_SOURCE) != 0) {
-        if (driver.MuteResumingTimer != 0) return false;
-        SetRxOutputControl(static_cast<uint8_t>(~OUTPUT_MUTE_IGNORE), OUTPUT_MUTE_IGNORE); // it had time enough
-    }
-    driver.av_mute = false;
-    return true;
-}
-
-static void resume_from_mute()
-{
-    if (!driver.av_mute) return;
-    bool resume = mute_wait_is_over();
-    if (driver.mute_pending && !source_mutes()) {
-        driver.mute_pending = false;
-        resume = true;
-    }
-    if (!resume || driver.VState != VSTATE_VideoOn) return;
-    SetRxMute(false);
-    if (driver.AState == ASTATE_AudioOn) SetRxAudioMute(false);
-}
-
-void VideoTimerHandler()
-{
-    RXINT_Handler();
-    if (driver.VState != VSTATE_Off) {
-        if (driver.video_timer != 0) --driver.video_timer;
-        if (driver.ScdtOffCount > SCDT_OFF_LIMIT) SWReset_HDMIRX();
-        tick_video();
-    }
-    resume_from_mute();
-    AudioStep();
+    if (machine.VState == VSTATE_Off) return;
+    if (machine.timer != 0) --machine.timer;
+    if (machine.ScdtOffCount > SCDT_OFF_LIMIT) SWReset_HDMIRX();
+    if (line_is_up()) step_in_state();
 }
 
 void Video_Handler()
 {
-    if (driver.VState != VSTATE_ModeDetecting) return;
+    if (machine.VState != VSTATE_ModeDetecting) return;
     message("Video_Handler, VState = VSTATE_ModeDetecting.\n");
     const uint8_t clock = ReadRxReg(REG_RX_CLOCK_STATE);
     message("Video_Handler(): reg9A = %02X\n", clock);
@@ -366,7 +351,7 @@ void Video_Handler()
     DetectVideoMode();
     if (!IsHDMIMode()) {
         message("This is DVI Mode.\n");
-        driver.NewAVIInfoFrameF = false;
+        ForgetAVIInfo();
     }
     const bool lost = (ReadRxReg(REG_RX_INT1) & (INT1_5V_OFF | INT1_SCDT_OFF)) != 0;
     print_position();

@@ -15,15 +15,43 @@
  */
 #pragma once
 
-#include "hdmirx/src/hdmirx/state.h"
+#include <cstdint>
 
 namespace capd::rx {
+
+/** Video states; the numbers index the table of names. 5 and 6 are not used. */
+enum VideoState : int {
+    VSTATE_Off = 0,              ///< machine stopped
+    VSTATE_PwrOff = 1,           ///< waiting for 5 V from the source
+    VSTATE_SyncWait = 2,         ///< waiting for sync
+    VSTATE_SWReset = 3,          ///< software reset, terminators off
+    VSTATE_SyncChecking = 4,     ///< sync found, letting it settle
+    VSTATE_ModeDetecting = 7,    ///< measuring the timing
+    VSTATE_VideoOn = 8,          ///< picture on
+    VSTATE_ColorDetectReset = 9, ///< sync complete, colour detection being reset
+    VSTATE_Reserved = 10,        ///< never entered
+};
+
+/** @return the name of a state as messages show it */
+const char* VStateName(VideoState state);
+
+/** @return the video state */
+VideoState VState();
+
+/** @return ticks left in the video state */
+uint16_t VideoTicksLeft();
+
+/** @return sync losses since the last software reset or settled picture */
+uint8_t ScdtOffCount();
 
 /** Change the video state: the only way it changes. Does nothing when it is that state already. */
 void SetVState(VideoState state);
 
-/** Run one tick: events, video states, end of an AV mute, audio. Video_Handler() follows. */
-void VideoTimerHandler();
+/** Reset the chip's logic, disconnect from the source and enter VSTATE_SWReset, which connects again. Sleeps 1 ms. */
+void SWReset_HDMIRX();
+
+/** Run the video part of a tick. Video_Handler() follows at the tick's end. */
+void VideoStep();
 
 /** Measure the picture and turn it on, or wait for sync again; only in VSTATE_ModeDetecting. */
 void Video_Handler();
@@ -31,7 +59,10 @@ void Video_Handler();
 /** React to a change of the video or HDMI mode, or of the input port. */
 void RXINT_VideoMode_Chg();
 
-/** Mute the outputs, or let them go (in VSTATE_VideoOn only). */
-void SetRxMute(bool on);
+/** A vendor-specific info frame has come or changed: it may announce a 3D picture. */
+void RXINT_VSIF_Chg();
+
+/** An event tells that sync was lost: wait for it again and count the loss. */
+void SyncLost();
 
 } // namespace capd::rx
