@@ -73,15 +73,16 @@ void I2cBus::fail_every(uint8_t address, uint64_t k, int error)
     devices_.at(address).fault = {.every = k, .error = error};
 }
 
+struct NamedDevice {
+    uint8_t address;
+    const char* name;
+};
+constexpr NamedDevice DEVICES[] = {{0x1C, "board"}, {0x48, "receiver"}, {0x4C, "transmitter"}, {0x50, "edidrom"}};
+
 std::string i2c_device_name(uint8_t device)
 {
-    switch (device) {
-    case 0x1C: return "board";
-    case 0x48: return "receiver";
-    case 0x4C: return "transmitter";
-    case 0x50: return "edidrom";
-    default: break;
-    }
+    for (const NamedDevice& named : DEVICES)
+        if (named.address == device) return named.name;
     char text[8];
     std::snprintf(text, sizeof text, "0x%02x", device);
     return text;
@@ -112,8 +113,8 @@ std::string I2cBus::describe(size_t count) const
 static uint8_t take_device(Args& args)
 {
     const std::string word = args.word("a device");
-    for (uint8_t device : {0x1C, 0x48, 0x4C, 0x50})
-        if (word == i2c_device_name(device)) return device;
+    for (const NamedDevice& named : DEVICES)
+        if (word == named.name) return named.address;
     return static_cast<uint8_t>(args.as_number(word, 0, 0x7F));
 }
 

@@ -34,7 +34,7 @@ int connect_to_box(const std::string& socket_path, std::chrono::milliseconds pat
     const int socket = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     if (socket < 0) return -errno;
     // The sending limit holds for the connection, too: a box that hangs accepts nobody.
-    const auto ms = std::max<long>(static_cast<long>(patience.count()), 1);
+    const auto ms = std::max<int64_t>(patience.count(), 1);
     const timeval limit = {.tv_sec = ms / 1000, .tv_usec = ms % 1000 * 1000};
     const bool limited = ::setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit) == 0 &&
                          ::setsockopt(socket, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit) == 0;

@@ -35,7 +35,7 @@ constexpr std::chrono::minutes PATIENCE{2}; ///< for a process to do what it doe
 bool runs(pid_t pid)
 {
     char name[32], text[256] = {};
-    std::snprintf(name, sizeof name, "/proc/%d/stat", static_cast<int>(pid));
+    std::snprintf(name, sizeof name, "/proc/%d/stat", pid);
     const int file = ::open(name, O_RDONLY | O_CLOEXEC);
     if (file < 0) return false;
     const bool got = ::read(file, text, sizeof text - 1) > 0;

@@ -43,7 +43,7 @@ TEST_P(Recording, KeyToFileAndTheNextNumber)
     EXPECT_FALSE(recorder_.encoder_runs());
     EXPECT_FALSE(box().card().mounted());
     EXPECT_EQ(recorder_.panel(), "OO-----");
-    EXPECT_NEAR(recorder_.file_kb("00001.00001.mp4"), 4'128'000.0 / 8 * 62 / 1024, 1000);
+    EXPECT_NEAR(static_cast<double>(recorder_.file_kb("00001.00001.mp4")), 4'128'000.0 / 8 * 62 / 1024, 1000);
 
     recorder_.press("record", 2s);
     recorder_.press("stop");
@@ -122,7 +122,7 @@ TEST(LongRecording, KeepsItsPace)
     recorder.press("record", 50min);
     EXPECT_EQ(recorder.recordings(), "00001.00001.mp4 00001.00002.mp4 00001.00003.mp4 00001.00004.mp4 ");
     EXPECT_NEAR(static_cast<double>(count(recorder.log(), "\n00001.0000")), 50 * 60 / 5.0, 2);
-    EXPECT_NEAR(recorder.file_kb("00001.00001.mp4"), 4'128'000.0 / 8 * 905 / 1024, 5000);
+    EXPECT_NEAR(static_cast<double>(recorder.file_kb("00001.00001.mp4")), 4'128'000.0 / 8 * 905 / 1024, 5000);
 }
 
 } // namespace bench

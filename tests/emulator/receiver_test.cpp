@@ -6,6 +6,7 @@
 #include "emulator/world/info_frames.h"
 #include "emulator/world/source.h"
 
+#include <array>
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -56,7 +57,7 @@ struct Desk {
     }
     void clear_latches()
     {
-        for (uint8_t bits : {0x01, 0xC2, 0x0C}) pulse(0x19, bits);
+        for (uint8_t bits : std::array<uint8_t, 3>{0x01, 0xC2, 0x0C}) pulse(0x19, bits);
         pulse(0x18, 0x80);
     }
     /** A picture that is on and whose events are dealt with. */
@@ -251,7 +252,7 @@ TEST(Receiver, LatchesEventsUntilTheirOwnPulse)
         desk.run_ms(2000);
         EXPECT_EQ(desk.get(row.reg), row.bits);
         EXPECT_EQ(desk.get(row.reg), row.bits);
-        for (uint8_t other : {0x01, 0xC2, 0x04, 0x08})
+        for (uint8_t other : std::array<uint8_t, 4>{0x01, 0xC2, 0x04, 0x08})
             if (row.pulse_reg != 0x19 || (row.pulse & other) == 0) desk.pulse(0x19, other);
         const uint8_t left = row.pulse_reg == 0x18 ? row.bits & 0x03 : row.bits;
         EXPECT_EQ(desk.get(row.reg), left);
@@ -272,7 +273,7 @@ TEST(Receiver, HeldPulseLatchesNothingAndStormComesBack)
     desk.tell("receiver storm 500");
     for (int round = 0; round < 3; ++round) {
         desk.run_ms(1);
-        for (uint8_t reg : {0x13, 0x14, 0x15, 0x8B}) EXPECT_EQ(desk.get(reg), 0xFF);
+        for (uint8_t reg : std::array<uint8_t, 4>{0x13, 0x14, 0x15, 0x8B}) EXPECT_EQ(desk.get(reg), 0xFF);
         desk.set(0x19, 0xCF);
         desk.set(0x19, 0x00);
         EXPECT_EQ(desk.get(0x13), 0x00);

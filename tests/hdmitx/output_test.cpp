@@ -239,7 +239,7 @@ TEST(InfoFrames, VendorFrameSumsToZeroAndAMissingBufferChangesNothing)
     start_output();
     drive("tv");
     drive("tv");
-    for (const uint8_t format : {0x20, 0x80}) { // HDMI format alone, then with an extension byte
+    for (const uint8_t format : std::array<uint8_t, 2>{0x20, 0x80}) { // HDMI format alone, then with an extension byte
         HdmitxInfoFrame frame = {
             .type = 0x81, .version = 1, .length = 6, .checksum = 0, .data = {0, 0, 0, 0x40, format, 9}};
         EXPECT_EQ(hdmitx_SetVSInfoFrame(1, &frame), 1);
