@@ -1,8 +1,8 @@
 #include "emulator/conditions.h"
 
 #include "emulator/base/host_files.h"
-#include "emulator/box.h"
 #include "emulator/facts.h"
+#include "emulator/hardware.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -67,14 +67,14 @@ std::string input_now(const ReceiverChip& receiver)
 }
 
 /** Name of the file that is being recorded, empty when none is. */
-std::string recorded_file(Box& box)
+std::string recorded_file(Hardware& box)
 {
     box.encoder().catch_up();
     const auto& recording = box.encoder().recording();
     return recording ? std::filesystem::path(recording->file).filename().string() : std::string();
 }
 
-std::string recording_now(Box& box)
+std::string recording_now(Hardware& box)
 {
     const std::string file = recorded_file(box);
     return file.empty() ? "no recording" : "recording " + file;
@@ -100,7 +100,7 @@ std::string display_now(const TransmitterChip& chip)
     return view.plugged ? view.name + ", picture " + picture_name(view.picture) : "nothing plugged in";
 }
 
-Condition input_condition(Box& box, Args& args)
+Condition input_condition(Hardware& box, Args& args)
 {
     const bool stable = args.choice({"stable", "lost"}) == "stable";
     return {stable ? "the input to be stable" : "the input to be lost",
@@ -108,7 +108,7 @@ Condition input_condition(Box& box, Args& args)
             [&box] { return input_now(box.receiver()); }};
 }
 
-Condition recording_condition(Box& box, Args& args)
+Condition recording_condition(Hardware& box, Args& args)
 {
     const std::string next = args.peek();
     const bool named = next.find_first_not_of("0123456789.") != std::string::npos; // else it is a time
@@ -121,12 +121,12 @@ Condition recording_condition(Box& box, Args& args)
             [&box] { return recording_now(box); }};
 }
 
-Condition idle_condition(Box& box, Args& /*args*/)
+Condition idle_condition(Hardware& box, Args& /*args*/)
 {
     return {"no recording", [&box] { return recorded_file(box).empty(); }, [&box] { return recording_now(box); }};
 }
 
-Condition file_condition(Box& box, Args& args)
+Condition file_condition(Hardware& box, Args& args)
 {
     const std::string name = args.word("a file on the card");
     if (const char* wrong = Card::wrong_name(name); wrong != nullptr) args.refuse(wrong);
@@ -143,7 +143,7 @@ Condition file_condition(Box& box, Args& args)
             }};
 }
 
-Condition led_condition(Box& box, Args& args)
+Condition led_condition(Hardware& box, Args& args)
 {
     std::vector<std::string> names;
     for (const LedName& led : led_names()) names.emplace_back(led.name);
@@ -154,21 +154,21 @@ Condition led_condition(Box& box, Args& args)
     return {"LED " + name + " to be " + look, [now, look] { return now() == look; }, now};
 }
 
-Condition output_condition(Box& box, Args& args)
+Condition output_condition(Hardware& box, Args& args)
 {
     const std::string wanted = args.choice({"blanked", "unblanked"});
     return {"the output to be " + wanted, [&box, wanted] { return output_now(box.transmitter()) == wanted; },
             [&box] { return output_now(box.transmitter()); }};
 }
 
-Condition card_condition(Box& box, Args& args)
+Condition card_condition(Hardware& box, Args& args)
 {
     const bool mounted = args.choice({"mounted", "unmounted"}) == "mounted";
     return {mounted ? "the card to be mounted" : "the card to be unmounted",
             [&box, mounted] { return box.card().mounted() == mounted; }, [&box] { return card_now(box.card()); }};
 }
 
-Condition port_condition(Box& box, Args& args)
+Condition port_condition(Hardware& box, Args& args)
 {
     const auto port = static_cast<int>(args.number("a port", 0, 1));
     return {"port " + std::to_string(port) + " to be selected",
@@ -179,7 +179,7 @@ Condition port_condition(Box& box, Args& args)
             }};
 }
 
-Condition log_condition(Box& /*box*/, Args& args)
+Condition log_condition(Hardware& /*box*/, Args& args)
 {
     const std::string file = args.file("a file");
     std::error_code unknown;
@@ -199,7 +199,7 @@ Condition log_condition(Box& /*box*/, Args& args)
 
 constexpr struct {
     const char* word;
-    Condition (*take)(Box& box, Args& args);
+    Condition (*take)(Hardware& box, Args& args);
 } CONDITIONS[] = {
     {"input", input_condition}, {"recording", recording_condition}, {"idle", idle_condition}, {"file", file_condition},
     {"led", led_condition},     {"output", output_condition},       {"card", card_condition}, {"port", port_condition},
@@ -218,7 +218,7 @@ const char* const CONDITION_USAGE =
     "  output blanked|unblanked | card mounted|unmounted | port 0|1\n"
     "  log FILE TEXT [times N]   a text stands in a file of this machine, such as the daemon's log";
 
-Condition take_condition(Box& box, Args& args)
+Condition take_condition(Hardware& box, Args& args)
 {
     std::vector<std::string> words;
     for (const auto& condition : CONDITIONS) words.emplace_back(condition.word);
@@ -228,7 +228,7 @@ Condition take_condition(Box& box, Args& args)
     return found->take(box, args);
 }
 
-std::vector<Sight> sights(Box& box)
+std::vector<Sight> sights(Hardware& box)
 {
     std::vector<Sight> all;
     for (const LedName& led : led_names())

@@ -12,7 +12,7 @@
 
 namespace emu {
 
-class Box;
+class Hardware;
 
 /** Something that may be so or not. */
 struct Condition {
@@ -25,7 +25,7 @@ struct Condition {
 extern const char* const CONDITION_USAGE;
 
 /** Take the words of a condition. */
-Condition take_condition(Box& box, Args& args);
+Condition take_condition(Hardware& box, Args& args);
 
 /** Something that a person sees change. */
 struct Sight {
@@ -34,6 +34,6 @@ struct Sight {
 };
 
 /** LEDs, recording, inputs, output, display and card. */
-std::vector<Sight> sights(Box& box);
+std::vector<Sight> sights(Hardware& box);
 
 } // namespace emu

@@ -1,6 +1,6 @@
 #include "emulator/facts.h"
 
-#include "emulator/box.h"
+#include "emulator/hardware.h"
 
 #include <nlohmann/json.hpp>
 
@@ -94,7 +94,7 @@ Json receiver_facts(const ReceiverChip& receiver)
     return facts;
 }
 
-Json input_facts(Box& box)
+Json input_facts(Hardware& box)
 {
     return {{"ports", {source_facts(box.source(0)), source_facts(box.source(1))}},
             {"receiver", receiver_facts(box.receiver())}};
@@ -191,7 +191,7 @@ Json card_facts(const Card& card)
             {"folder", card.folder()},   {"files", files}};
 }
 
-Json encoder_facts(Box& box)
+Json encoder_facts(Hardware& box)
 {
     box.encoder().catch_up();
     const Encoder& encoder = box.encoder();
@@ -267,7 +267,7 @@ const char* look_word(LedLook look)
     return word(LOOKS, look);
 }
 
-void add_box_facts(CommandTable& commands, Box& box)
+void add_box_facts(CommandTable& commands, Hardware& box)
 {
     commands.add_facts("leds", [&box] { return led_facts(box.board()); });
     commands.add_facts("port", [&box] { return port_facts(box.board()); });

@@ -13,7 +13,7 @@
 
 namespace emu {
 
-class Box;
+class Hardware;
 
 /** An LED by its short name. */
 struct LedName {
@@ -27,6 +27,6 @@ const std::vector<LedName>& led_names();
 const char* look_word(LedLook look);
 
 /** Add what "show --json" has of every section that the box itself has. */
-void add_box_facts(CommandTable& commands, Box& box);
+void add_box_facts(CommandTable& commands, Hardware& box);
 
 } // namespace emu

@@ -1,7 +1,7 @@
 #include "emulator/waiting.h"
 
-#include "emulator/box.h"
 #include "emulator/conditions.h"
+#include "emulator/hardware.h"
 
 #include <cstdio>
 
@@ -16,7 +16,7 @@ constexpr double USUAL_PATIENCE = 10, LONGEST_PATIENCE = 86'400; // seconds
 /** A command that has not given its last answer. */
 class Pending : public std::enable_shared_from_this<Pending> {
 public:
-    Pending(Box& box, const Args& args) : box_(box), line_(args.line()), listener_(args.caller().listener) {}
+    Pending(Hardware& box, const Args& args) : box_(box), line_(args.line()), listener_(args.caller().listener) {}
     virtual ~Pending() = default;
     Pending(const Pending&) = delete;
     Pending& operator=(const Pending&) = delete;
@@ -28,7 +28,7 @@ public:
     }
 
 protected:
-    Box& box() { return box_; }
+    Hardware& box() { return box_; }
     const std::string& line() const { return line_; }
     /** What is to be said now; a reply of kind More without text is said only now and then. */
     virtual Reply look() = 0;
@@ -51,7 +51,7 @@ private:
         take(reply);
     }
 
-    Box& box_;
+    Hardware& box_;
     std::string line_;
     std::shared_ptr<Listener> listener_;
     Micros heard_ = 0;
@@ -59,7 +59,7 @@ private:
 
 class Wait : public Pending {
 public:
-    Wait(Box& box, const Args& args, Condition condition, double seconds)
+    Wait(Hardware& box, const Args& args, Condition condition, double seconds)
         : Pending(box, args), condition_(std::move(condition)), seconds_(seconds),
           deadline_(box.time().now() + static_cast<Micros>(seconds * 1e6))
     {
@@ -82,7 +82,7 @@ private:
 
 class Watch : public Pending {
 public:
-    Watch(Box& box, const Args& args) : Pending(box, args), sights_(sights(box))
+    Watch(Hardware& box, const Args& args) : Pending(box, args), sights_(sights(box))
     {
         for (const Sight& sight : sights_) seen_.push_back(sight.look());
     }
@@ -114,7 +114,7 @@ Reply begin(const std::shared_ptr<Pending>& pending, const Args& args)
     return {true, "", Reply::Kind::More};
 }
 
-Reply wait_command(Box& box, Args& args)
+Reply wait_command(Hardware& box, Args& args)
 {
     Condition condition = take_condition(box, args);
     const double seconds = args.more() ? args.fraction("seconds", 0, LONGEST_PATIENCE) : USUAL_PATIENCE;
@@ -125,7 +125,7 @@ Reply wait_command(Box& box, Args& args)
     return first.kind == Reply::Kind::More ? begin(wait, args) : first;
 }
 
-Reply watch_command(Box& box, Args& args)
+Reply watch_command(Hardware& box, Args& args)
 {
     args.end();
     if (args.caller().rehearsal) return {};
@@ -134,7 +134,7 @@ Reply watch_command(Box& box, Args& args)
 
 } // namespace
 
-void add_waiting_commands(CommandTable& commands, Box& box)
+void add_waiting_commands(CommandTable& commands, Hardware& box)
 {
     commands.add("wait", CONDITION_USAGE, [&box](Args& args) { return wait_command(box, args); });
     commands.add("watch", "  print a line whenever something changes that can be seen, until interrupted",

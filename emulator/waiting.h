@@ -10,10 +10,10 @@
 
 namespace emu {
 
-class Box;
+class Hardware;
 class CommandTable;
 
 /** Add "wait" and "watch". */
-void add_waiting_commands(CommandTable& commands, Box& box);
+void add_waiting_commands(CommandTable& commands, Hardware& box);
 
 } // namespace emu
