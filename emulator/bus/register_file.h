@@ -5,6 +5,7 @@
 #pragma once
 
 #include "emulator/bus/i2c_bus.h"
+#include "emulator/bus/register_map.h"
 
 #include <array>
 #include <cerrno>
@@ -13,6 +14,11 @@ namespace emu {
 
 class RegisterFile : public I2cTarget {
 public:
+    /** A chip whose registers all keep what is written. */
+    RegisterFile() : RegisterFile(KEEPS_ALL) {}
+    /** @param map outlives the chip */
+    explicit RegisterFile(const RegisterMap& map) : registers_(map.reset()), map_(map) {}
+
     int write(std::span<const uint8_t> bytes) override
     {
         if (bytes.empty()) return 0;
@@ -32,9 +38,18 @@ public:
 protected:
     /** One register as the bus reads and writes it; a chip overrides what it does besides keeping the byte. */
     virtual uint8_t read_register(uint8_t reg) { return registers_[reg]; }
-    virtual void write_register(uint8_t reg, uint8_t value) { registers_[reg] = value; }
+    virtual void write_register(uint8_t reg, uint8_t value)
+    {
+        registers_[reg] = map_.written(reg, registers_[reg], value);
+    }
 
-    std::array<uint8_t, 256> registers_{};
+    std::array<uint8_t, 256> registers_;
+
+private:
+    static constexpr RegisterRow KEPT[] = {ALL_KEPT};
+    static constexpr RegisterMap KEEPS_ALL{KEPT};
+
+    const RegisterMap& map_;
 };
 
 } // namespace emu

@@ -22,6 +22,17 @@ constexpr uint8_t CONTROL_ROM_WRITE = 0x10;
 constexpr uint8_t CONTROL_ROM_HOST = 0x20;
 constexpr uint8_t LED_GROUP_0 = 5;
 
+// clang-format off
+constexpr RegisterRow REGISTERS[] = {
+    ALL_KEPT,
+    {STATUS, STATUS, 0x00, 0x00, 0x00, "status"},
+    {REMOTE_CODE, REMOTE_CODE, 0x00, 0x00, 0x00, "remote code"}, // reading it takes the code
+    {CONTROL, CONTROL, CONTROL_PORT_0 | CONTROL_SWITCH, 0xFF, 0x00, "control"},
+    {LED_GROUP_0, LED_GROUP_0 + 1, 0x00, 0xFF, 0x00, "LEDs"},
+};
+// clang-format on
+constexpr RegisterMap MAP{REGISTERS};
+
 constexpr Micros LOOK_TIME = 2'000'000;
 constexpr size_t HISTORY_SIZE = 256;
 
@@ -37,10 +48,7 @@ constexpr const char* LED_NAMES[] = {
 
 } // namespace
 
-BoardController::BoardController(const Timeline& time) : time_(time)
-{
-    registers_[CONTROL] = CONTROL_PORT_0 | CONTROL_SWITCH;
-}
+BoardController::BoardController(const Timeline& time) : RegisterFile(MAP), time_(time) {}
 
 void BoardController::press(uint8_t code)
 {
@@ -113,9 +121,8 @@ uint8_t BoardController::read_register(uint8_t reg)
 
 void BoardController::write_register(uint8_t reg, uint8_t value)
 {
-    if (reg == STATUS || reg == REMOTE_CODE) return; // read-only
     if (reg == LED_GROUP_0 || reg == LED_GROUP_0 + 1) light(reg - LED_GROUP_0, value);
-    registers_[reg] = value;
+    RegisterFile::write_register(reg, value);
     if (reg == CONTROL && control_changed_) control_changed_();
 }
 

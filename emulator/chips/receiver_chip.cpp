@@ -5,13 +5,37 @@
 
 namespace emu {
 
-constexpr bool ReceiverChip::is_read_only(uint8_t reg)
-{
-    return reg == REG_REVISION || reg == REG_STATUS || (reg >= REG_INT1 && reg <= REG_INT3) ||
-           (reg >= REG_TIMING && reg <= REG_MUTE) || reg == REG_FS_DEPTH || reg == REG_AUDIO || reg == REG_INT2_MORE ||
-           reg == REG_LINK_COUNT || (reg >= REG_CHANNEL_STATUS && reg < REG_CHANNEL_STATUS + 4) ||
-           (reg >= REG_AVI && reg <= 0xE3);
-}
+using namespace rx;
+
+namespace {
+
+// clang-format off
+constexpr RegisterRow REGISTERS[] = {
+    ALL_KEPT,
+    {REG_REVISION, REG_REVISION, 0x00, 0x00, 0x00, "revision"},
+    {REG_RESET, REG_RESET, 0x20, 0xFF, 0x00, "reset"},
+    {REG_PORT, REG_PORT, 0x00, 0xFF, 0x00, "port"},
+    {REG_BANK, REG_BANK, 0x00, 0xFF, 0x00, "bank"},
+    {REG_STATUS, REG_STATUS, 0x00, 0x00, 0x00, "status"},
+    {REG_INT1, REG_INT3, 0x00, 0x00, 0x00, "interrupt status"}, // cleared by the pulse register
+    {REG_MASK3, REG_MASK3, 0x00, 0xFF, 0x00, "mask of group 3"},
+    {REG_PULSE, REG_PULSE, 0x00, 0xFF, 0x00, "reset pulses"},
+    {REG_CONVERTER, REG_CONVERTER, 0x00, 0xFF, 0x00, "converter"},
+    {REG_MATRIX, REG_MATRIX_LAST, 0x00, 0xFF, 0x00, "colour matrix"},
+    {REG_TIMING, REG_MUTE - 1, 0x00, 0x00, 0x00, "timing"},
+    {REG_MUTE, REG_MUTE, 0x00, 0x00, 0x00, "mute status"},
+    {REG_FS_DEPTH, REG_FS_DEPTH, 0x00, 0x00, 0x00, "sampling frequency and depth"},
+    {REG_OUTPUT, REG_OUTPUT, OUTPUT_AUDIO_OFF | OUTPUT_VIDEO_OFF, 0xFF, 0x00, "output control"},
+    {REG_AUDIO, REG_AUDIO, 0x00, 0x00, 0x00, "audio"},
+    {REG_INT2_MORE, REG_INT2_MORE, 0x00, 0x00, 0x00, "interrupt status"},
+    {REG_LINK_COUNT, REG_LINK_COUNT, 0xFF, 0x00, 0x00, "link clock"}, // no picture
+    {REG_CHANNEL_STATUS, REG_CHANNEL_STATUS + 3, 0x00, 0x00, 0x00, "channel status"},
+    {REG_AVI, REG_FRAMES_LAST, 0x00, 0x00, 0x00, "info frames"},
+};
+// clang-format on
+constexpr RegisterMap MAP{REGISTERS};
+
+} // namespace
 
 uint8_t ReceiverChip::fault_bits(Fault fault)
 {
@@ -23,11 +47,9 @@ uint8_t ReceiverChip::fault_bits(Fault fault)
     return INT3_ECC;
 }
 
-ReceiverChip::ReceiverChip(Timeline& time, Source& port0, Source& port1) : time_(time), sources_{&port0, &port1}
+ReceiverChip::ReceiverChip(Timeline& time, Source& port0, Source& port1)
+    : RegisterFile(MAP), time_(time), sources_{&port0, &port1}
 {
-    registers_[REG_RESET] = 0x20;
-    registers_[REG_OUTPUT] = OUTPUT_AUDIO_OFF | OUTPUT_VIDEO_OFF;
-    registers_[REG_LINK_COUNT] = 0xFF;
     for (int port = 0; port < 2; ++port)
         sources_[static_cast<size_t>(port)]->listen([this, port](Source::Change change) { on_change(port, change); });
     update_power();
@@ -56,9 +78,8 @@ void ReceiverChip::write_register(uint8_t reg, uint8_t value)
         second_bank_[reg] = value;
         return;
     }
-    if (is_read_only(reg)) return;
     if (reg == REG_RESET) return write_reset(value);
-    registers_[reg] = value;
+    RegisterFile::write_register(reg, value);
     if (reg == REG_PULSE || reg == REG_MASK3) clear_held();
     if (reg != REG_PORT) return;
     for (size_t port = 0; port < sources_.size(); ++port)
@@ -119,8 +140,7 @@ void ReceiverChip::write_reset(uint8_t value)
     if ((begins & RESET_REGISTERS) != 0) {
         // Back to the power-on values, but for what stands between source and terminators.
         for (unsigned reg = 0; reg < 256; ++reg)
-            if (!is_read_only(static_cast<uint8_t>(reg)) && reg != REG_PORT) registers_[reg] = 0;
-        registers_[REG_OUTPUT] = OUTPUT_AUDIO_OFF | OUTPUT_VIDEO_OFF;
+            if (!MAP.is_read_only(static_cast<uint8_t>(reg)) && reg != REG_PORT) registers_[reg] = MAP.reset()[reg];
         second_bank_ = {};
     }
     registers_[REG_RESET] = value;
@@ -148,7 +168,7 @@ void ReceiverChip::clear_received()
     measured_timing_ = {};
     avi_ = vendor_ = audio_frame_ = {};
     std::fill(&registers_[REG_TIMING], &registers_[REG_MUTE] + 1, uint8_t{0});
-    std::fill(&registers_[REG_AVI], &registers_[0xE3] + 1, uint8_t{0});
+    std::fill(&registers_[REG_AVI], &registers_[REG_FRAMES_LAST] + 1, uint8_t{0});
 }
 
 // --- the link

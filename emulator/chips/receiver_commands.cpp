@@ -3,6 +3,8 @@
 
 namespace emu {
 
+using namespace rx;
+
 /** A coefficient of the converter's matrix: 14 bits, two's complement, 11 of them behind the point. */
 static double coefficient(uint8_t low, uint8_t high)
 {

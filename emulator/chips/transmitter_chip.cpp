@@ -11,76 +11,55 @@ namespace {
 
 using namespace tx;
 
-/** Registers of a bank from first to last: value after power-on, bits that keep what is written. */
-struct Rule {
-    uint8_t first, last, reset, writable;
-};
-
 // clang-format off
-constexpr Rule BANK_0[] = {
-    {0x00, 0x00, 0x45, 0x00}, {0x01, 0x01, 0x4D, 0x00}, {0x02, 0x02, 0x54, 0x00}, {0x03, 0x03, 0x01, 0x00}, // identity
-    {REG_RESET, REG_RESET, 0x1D, 0x3F},             // everything held
-    {REG_POWER, REG_POWER, 0x01, 0xFF},             // down
-    {REG_STATUS_1, 0x08, 0x00, 0x00},
-    {REG_MASK_1, REG_MASK_EXTENDED, 0xFF, 0xFF},    // all masked
-    {REG_CLEAR_1, REG_CLEAR_2, 0x00, 0xFF},
-    {REG_SYSTEM, REG_SYSTEM, 0x00, SYSTEM_CLEAR},
-    {REG_CLOCKS, REG_CLOCKS, 0x78, 0x7F},           // all gated
-    {DdcMaster::FIRST_REGISTER, DdcMaster::LAST_REGISTER, 0x00, 0x00}, // the DDC master keeps its own
-    {0x20, 0x20, 0x00, 0xFF},
-    {0x37, 0x37, 0x01, 0xFF},
-    {0x58, 0x59, 0x00, 0xFF},
-    {0x5C, 0x5C, 0x00, 0xFF},
-    {REG_SPDIF_STATUS, REG_SPDIF_STATUS, 0x00, 0x00},
-    {REG_AFE_DRIVER, REG_AFE_DRIVER, 0x30, 0xFF},   // off
-    {REG_AFE_PLL_1, REG_AFE_PLL_1, 0x44, 0xFF},     // off
-    {REG_AFE_PLL_2, REG_AFE_PLL_2, 0x40, 0xFF},     // off
-    {0x65, 0x65, 0x00, 0xFF},
-    {REG_AFE_SWING, REG_AFE_SWING, 0x00, 0xFF},
-    {REG_INPUT, REG_MATRIX + MATRIX_SIZE - 1, 0x00, 0xFF},
-    {0x8D, 0x8D, 0x00, 0xFF},
-    {REG_HDMI, REG_GENERAL, 0x00, 0xFF},
-    {REG_CTS_SOURCE, 0xC6, 0x00, 0xFF},
-    {REG_SEND_AVI, REG_SEND_AUDIO, 0x00, 0x03},
-    {0xD1, 0xD1, 0x00, 0xFF},
-    {REG_SEND_VENDOR, REG_SEND_VENDOR, 0x00, 0x03},
-    {REG_AUDIO_ENABLE, 0xE5, 0x00, 0xFF},
-    {REG_EXTENDED, REG_EXTENDED, 0x00, 0x00},
-    {REG_LOCK, REG_LOCK, 0xFF, 0xFF},
+constexpr RegisterRow BANK_0[] = {
+    {0x00, 0x00, 0x45, 0x00, 0x00, "identity"},
+    {0x01, 0x01, 0x4D, 0x00, 0x00, "identity"},
+    {0x02, 0x02, 0x54, 0x00, 0x00, "identity"},
+    {0x03, 0x03, 0x01, 0x00, 0x00, "identity"},
+    {REG_RESET, REG_RESET, 0x1D, 0x3F, 0x00, "reset"}, // everything held
+    {REG_POWER, REG_POWER, 0x01, 0xFF, 0x00, "power"}, // down
+    {REG_STATUS_1, 0x08, 0x00, 0x00, 0x00, "interrupt status"},
+    {REG_MASK_1, REG_MASK_EXTENDED, 0xFF, 0xFF, 0x00, "interrupt masks"}, // all masked
+    {REG_CLEAR_1, REG_CLEAR_2, 0x00, 0xFF, 0x00, "interrupts to clear"},
+    {REG_SYSTEM, REG_SYSTEM, 0x00, SYSTEM_CLEAR, 0x00, "system"},
+    {REG_CLOCKS, REG_CLOCKS, 0x78, 0x7F, 0x00, "clocks and bank"}, // all gated
+    {DdcMaster::FIRST_REGISTER, DdcMaster::LAST_REGISTER, 0x00, 0x00, 0x00, "DDC"}, // the DDC master keeps its own
+    {0x20, 0x20, 0x00, 0xFF, 0x00, ""},
+    {0x37, 0x37, 0x01, 0xFF, 0x00, ""},
+    {0x58, 0x59, 0x00, 0xFF, 0x00, ""},
+    {0x5C, 0x5C, 0x00, 0xFF, 0x00, ""},
+    {REG_SPDIF_STATUS, REG_SPDIF_STATUS, 0x00, 0x00, 0x00, "S/PDIF status"},
+    {REG_AFE_DRIVER, REG_AFE_DRIVER, 0x30, 0xFF, 0x00, "front end: driver"}, // off
+    {REG_AFE_PLL_1, REG_AFE_PLL_1, 0x44, 0xFF, 0x00, "front end: PLL 1"}, // off
+    {REG_AFE_PLL_2, REG_AFE_PLL_2, 0x40, 0xFF, 0x00, "front end: PLL 2"}, // off
+    {0x65, 0x65, 0x00, 0xFF, 0x00, ""},
+    {REG_AFE_SWING, REG_AFE_SWING, 0x00, 0xFF, 0x00, "front end: swing"},
+    {REG_INPUT, REG_MATRIX + MATRIX_SIZE - 1, 0x00, 0xFF, 0x00, "input and colour matrix"},
+    {0x8D, 0x8D, 0x00, 0xFF, 0x00, ""},
+    {REG_HDMI, REG_GENERAL, 0x00, 0xFF, 0x00, "HDMI mode and general control"},
+    {REG_CTS_SOURCE, 0xC6, 0x00, 0xFF, 0x00, "packet control"},
+    {REG_SEND_AVI, REG_SEND_AUDIO, 0x00, 0x03, 0x00, "info frames to send"},
+    {0xD1, 0xD1, 0x00, 0xFF, 0x00, ""},
+    {REG_SEND_VENDOR, REG_SEND_VENDOR, 0x00, 0x03, 0x00, "vendor frame to send"},
+    {REG_AUDIO_ENABLE, 0xE5, 0x00, 0xFF, 0x00, "audio"},
+    {REG_EXTENDED, REG_EXTENDED, 0x00, 0x00, 0xFF, "extended status"},
+    {REG_LOCK, REG_LOCK, 0xFF, 0xFF, 0x00, "lock"},
 };
-constexpr Rule BANK_1[] = {
-    {REG_CTS, REG_N + 2, 0x00, 0xFF},
-    {REG_AVI, 0x65, 0x00, 0xFF},
-    {REG_AUDIO_FRAME, 0x6D, 0x00, 0xFF},
-    {REG_VENDOR_FRAME, 0x83, 0x00, 0xFF},
-    {REG_STATUS_MODE, REG_STATUS_CHANNEL, 0x00, 0xFF},
-    {REG_STATUS_RATE, REG_STATUS_WORD, 0x00, 0xFF},
+constexpr RegisterRow BANK_1[] = {
+    {REG_CTS, REG_N + 2, 0x00, 0xFF, 0x00, "N and CTS"},
+    {REG_AVI, 0x65, 0x00, 0xFF, 0x00, "AVI frame"},
+    {REG_AUDIO_FRAME, 0x6D, 0x00, 0xFF, 0x00, "audio frame"},
+    {REG_VENDOR_FRAME, 0x83, 0x00, 0xFF, 0x00, "vendor frame"},
+    {REG_STATUS_MODE, REG_STATUS_CHANNEL, 0x00, 0xFF, 0x00, "channel status"},
+    {REG_STATUS_RATE, REG_STATUS_WORD, 0x00, 0xFF, 0x00, "channel status"},
 };
 constexpr uint8_t PROTECTED[] = {0x20, 0x37, REG_CTS_SOURCE};
 // clang-format on
 
 constexpr uint8_t FIRST_BANKED = 0x30;
 
-/** The rules of a bank by register. */
-struct BankMap {
-    std::array<uint8_t, 256> reset{}, writable{};
-    std::array<bool, 256> exists{};
-};
-
-template<size_t N>
-constexpr BankMap make_map(const Rule (&rules)[N])
-{
-    BankMap map;
-    for (const Rule& rule : rules)
-        for (size_t reg = rule.first; reg <= rule.last; ++reg) {
-            map.reset[reg] = rule.reset;
-            map.writable[reg] = rule.writable;
-            map.exists[reg] = true;
-        }
-    return map;
-}
-
-constexpr BankMap MAP_0 = make_map(BANK_0), MAP_1 = make_map(BANK_1);
+constexpr RegisterMap MAP_0{BANK_0}, MAP_1{BANK_1};
 
 bool is_ddc(uint8_t reg)
 {
@@ -90,12 +69,11 @@ bool is_ddc(uint8_t reg)
 } // namespace
 
 TransmitterChip::TransmitterChip(Timeline& time)
-    : bank1_(MAP_1.reset), ddc_(time, display_, [this](DdcMaster::Interrupt what) {
+    : RegisterFile(MAP_0), bank1_(MAP_1.reset()), ddc_(time, display_, [this](DdcMaster::Interrupt what) {
           latch(what == DdcMaster::Interrupt::BusHang ? STATUS_DDC_HANG : STATUS_DDC_FIFO);
           if (what == DdcMaster::Interrupt::BusHang) raise_extended(EXTENDED_DDC_HANG);
       })
 {
-    registers_ = MAP_0.reset;
 }
 
 void TransmitterChip::plug(Display display)
@@ -164,6 +142,11 @@ uint8_t TransmitterChip::peek(int bank, uint8_t reg) const
     return static_cast<uint8_t>(registers_[REG_SYSTEM] | level | (pending() ? SYSTEM_PENDING : 0));
 }
 
+const char* TransmitterChip::register_name(int bank, uint8_t reg)
+{
+    return (bank == 1 && reg >= FIRST_BANKED ? MAP_1 : MAP_0).name(reg);
+}
+
 uint8_t TransmitterChip::read_register(uint8_t reg)
 {
     return is_ddc(reg) ? ddc_.read(reg) : peek(second_bank(reg) ? 1 : 0, reg);
@@ -172,10 +155,10 @@ uint8_t TransmitterChip::read_register(uint8_t reg)
 void TransmitterChip::write_register(uint8_t reg, uint8_t value)
 {
     const bool bank_1 = second_bank(reg);
-    if (!(bank_1 ? MAP_1 : MAP_0).exists[reg])
+    if (!(bank_1 ? MAP_1 : MAP_0).exists(reg))
         ++stray_writes_;
     else if (bank_1)
-        bank1_[reg] = value & MAP_1.writable[reg];
+        bank1_[reg] = MAP_1.written(reg, bank1_[reg], value);
     else
         write_bank_0(reg, value);
 }
@@ -188,12 +171,7 @@ void TransmitterChip::write_bank_0(uint8_t reg, uint8_t value)
         return;
     }
     if (is_ddc(reg)) return ddc_.write(reg, value);
-    if (reg == REG_EXTENDED) {
-        registers_[reg] &= static_cast<uint8_t>(~value);
-        return;
-    }
-    const uint8_t writable = MAP_0.writable[reg];
-    registers_[reg] = static_cast<uint8_t>((registers_[reg] & ~writable) | (value & writable));
+    RegisterFile::write_register(reg, value);
     after_write(reg);
 }
 

@@ -57,6 +57,8 @@ public:
     bool output_enabled() const { return enabled_; }
     /** A register of a bank as the bus would read it, without taking anything. */
     uint8_t peek(int bank, uint8_t reg) const;
+    /** What people call a register of a bank; "" where it has no name. */
+    static const char* register_name(int bank, uint8_t reg);
     bool unlocked() const { return lock_ == Lock::Open; }
     /** Writes to protected registers while they were locked. */
     uint64_t locked_writes() const { return locked_writes_; }

@@ -107,7 +107,8 @@ void expect_held(const List& registers)
 {
     for (const Held& want : registers)
         EXPECT_EQ(int{chip().peek(want.bank, want.reg)}, int{want.value})
-            << "bank " << want.bank << " register 0x" << std::hex << int{want.reg};
+            << "bank " << want.bank << " register 0x" << std::hex << int{want.reg} << " "
+            << emu::TransmitterChip::register_name(want.bank, want.reg);
 }
 
 } // namespace output_bench
