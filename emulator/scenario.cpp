@@ -1,44 +1,19 @@
 #include "emulator/scenario.h"
 
 #include "emulator/base/host_files.h"
+#include "emulator/base/scratch_folder.h"
 #include "emulator/box.h"
 
 #include <cmath>
 #include <cstdlib>
-#include <filesystem>
 #include <sstream>
 #include <stdexcept>
-
-namespace fs = std::filesystem;
 
 namespace emu {
 
 namespace {
 
 constexpr double LATEST = 1e9; // seconds; about thirty years
-
-/** A folder that goes with its owner. */
-class ScratchFolder {
-public:
-    ScratchFolder()
-    {
-        std::string name = (fs::temp_directory_path() / "scenario-XXXXXX").string();
-        if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("cannot make " + name);
-        path_ = name;
-    }
-    ~ScratchFolder()
-    {
-        std::error_code ignored;
-        fs::remove_all(path_, ignored);
-    }
-    ScratchFolder(const ScratchFolder&) = delete;
-    ScratchFolder& operator=(const ScratchFolder&) = delete;
-
-    const std::string& path() const { return path_; }
-
-private:
-    std::string path_;
-};
 
 Micros read_time(const std::string& word, const std::string& place, Micros earliest)
 {
@@ -84,7 +59,7 @@ std::vector<ScenarioStep> read_scenario(std::istream& text, const std::string& f
 
 void check_scenario(const std::vector<ScenarioStep>& steps)
 {
-    const ScratchFolder folder;
+    const ScratchFolder folder("scenario");
     Box box({.root = folder.path() + "/root"});
     for (const ScenarioStep& step : steps) {
         if (box.switched_off()) throw std::runtime_error(step.place + ": the box is off since \"quit\"");

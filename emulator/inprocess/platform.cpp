@@ -1,5 +1,6 @@
 #include "platform/platform.h"
 
+#include "emulator/base/scratch_folder.h"
 #include "emulator/inprocess/inprocess.h"
 #include "emulator/inprocess/turns.h"
 #include "emulator/kernel/paths.h"
@@ -7,7 +8,6 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <memory>
 #include <string>
 #include <sys/msg.h>
@@ -19,33 +19,17 @@ namespace {
 
 constexpr int64_t POWER_ON = 1767225600; // 2026-01-01 00:00:00 UTC
 
-/** A fresh folder that goes with the process. */
-class ScratchFolder {
-public:
-    ScratchFolder()
-    {
-        std::string name = (std::filesystem::temp_directory_path() / "box-XXXXXX").string();
-        if (mkdtemp(name.data()) == nullptr) {
-            std::perror(name.c_str());
-            std::abort();
-        }
-        path_ = name;
-    }
-    ~ScratchFolder()
-    {
-        std::error_code ignored;
-        if (owner_ != getpid()) return;
-        std::filesystem::remove_all(path_, ignored);
-        remove_queue(path_);
-    }
-    ScratchFolder(const ScratchFolder&) = delete;
-    ScratchFolder& operator=(const ScratchFolder&) = delete;
+/** The box's root: goes with the process, and with it what the kernel kept for the box. */
+struct Root {
+    ScratchFolder folder{"box"};
 
-    const std::string& path() const { return path_; }
-
-private:
-    std::string path_;
-    pid_t owner_ = getpid();
+    Root() = default;
+    ~Root()
+    {
+        if (folder.is_mine()) remove_queue(folder.path());
+    }
+    Root(const Root&) = delete;
+    Root& operator=(const Root&) = delete;
 };
 
 /** The box and all that is around it. Never destroyed: the daemon is inside when the process exits. */
@@ -60,8 +44,8 @@ struct Bench {
 
 Bench& bench()
 {
-    static const ScratchFolder folder;
-    static Bench* const the_bench = new Bench(folder.path());
+    static const Root root;
+    static Bench* const the_bench = new Bench(root.folder.path());
     return *the_bench;
 }
 

@@ -1,6 +1,7 @@
 #include "emulator/kernel/capture_diagnostics.h"
 
 #include "emulator/commands/commands.h"
+#include "emulator/kernel/request.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -28,8 +29,6 @@ constexpr uint32_t WRITE_REGISTER = 0x40084406;
 constexpr uint32_t READ_REGISTER = 0xC0084405;
 constexpr uint32_t WRITE_MEMORY = 0x41084404;
 constexpr uint32_t READ_MEMORY = 0xC1084403;
-constexpr uint32_t DMA_WRITE = 0x400C4412;
-constexpr uint32_t DMA_READ = 0xC00C4411;
 
 constexpr uint32_t API_VERSION = 0x00020300;
 constexpr uint32_t DRIVER_VERSION = 0x00010203;
@@ -83,10 +82,6 @@ struct RegisterRecord {
 };
 struct MemoryRecord {
     uint32_t address, count, words[MEMORY_WORDS];
-};
-struct DmaRecord {
-    uint32_t address, size;
-    uint8_t* buffer;
 };
 static_assert(sizeof(PropertyRecord) == 16 && sizeof(RegisterRecord) == 8 && sizeof(MemoryRecord) == 264);
 

@@ -51,28 +51,13 @@ struct MessageHeader {
 };
 static_assert(sizeof(MessageHeader) == 16);
 
-/** Longest payload: the largest DMA transfer with its record. */
+/**
+ * Longest payload: the largest DMA transfer with its record. DMA requests carry a pointer, which is worth nothing in
+ * another process: their payload is instead the record's head, followed by the buffer when memory is written; the
+ * reply's is the buffer when memory is read.
+ */
 constexpr size_t DMA_LIMIT = size_t{1} << 20;
 constexpr size_t PAYLOAD_LIMIT = DMA_LIMIT + 64;
-
-/**
- * DMA requests carry a pointer, which is worth nothing in another process: their payload is instead two words, address
- * and size, followed by the buffer when memory is written; the reply's is the buffer when memory is read.
- */
-constexpr bool is_dma_request(uint32_t code)
-{
-    return code == 0x400C4412 || code == 0xC00C4411;
-}
-/** Whether a request's record comes back changed. */
-constexpr bool driver_writes(uint32_t code)
-{
-    return (code & 0x8000'0000u) != 0;
-}
-/** Size of a request's record. */
-constexpr size_t record_size(uint32_t code)
-{
-    return (code >> 16) & 0x3FFF;
-}
 
 /** @return whether a header that came in can be one. */
 bool plausible(const MessageHeader& header);

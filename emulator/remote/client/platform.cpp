@@ -9,6 +9,7 @@
 #include "platform/platform.h"
 
 #include "emulator/kernel/paths.h"
+#include "emulator/kernel/request.h"
 #include "emulator/remote/client/link.h"
 
 #include <algorithm>
@@ -40,20 +41,15 @@ int as_ioctl(int result)
     return -1;
 }
 
-struct DmaRecord {
-    uint32_t address, size;
-    uint8_t* buffer;
-};
-
 int dma_request(int fd, uint32_t request, void* record)
 {
     DmaRecord dma;
     std::memcpy(&dma, record, sizeof dma);
     if (dma.size > DMA_LIMIT) return -EFAULT;
     const bool reads = driver_writes(request);
-    std::vector<uint8_t> payload(8 + (reads ? 0 : size_t{dma.size}));
-    std::memcpy(payload.data(), &dma, 8);
-    if (!reads && dma.size > 0) std::memcpy(payload.data() + 8, dma.buffer, dma.size);
+    std::vector<uint8_t> payload(DMA_RECORD_HEAD + (reads ? 0 : size_t{dma.size}));
+    std::memcpy(payload.data(), &dma, DMA_RECORD_HEAD);
+    if (!reads && dma.size > 0) std::memcpy(payload.data() + DMA_RECORD_HEAD, dma.buffer, dma.size);
     Message reply;
     const int result = box().request(fd, Ask::Request, request, payload, reply);
     if (result >= 0 && reads)

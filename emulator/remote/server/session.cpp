@@ -1,5 +1,7 @@
 #include "emulator/remote/server/session.h"
 
+#include "emulator/kernel/request.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
@@ -166,17 +168,13 @@ int32_t Session::request(const Message& message, std::vector<uint8_t>& reply)
 
 int32_t Session::dma_request(const Message& message, std::vector<uint8_t>& reply)
 {
-    struct {
-        uint32_t address, size;
-        uint8_t* buffer;
-    } record{};
-    constexpr size_t words = 8;
+    DmaRecord record{};
     const bool reads = driver_writes(message.header.code);
-    if (message.payload.size() < words) return -EINVAL;
-    std::memcpy(&record, message.payload.data(), words);
-    if (record.size > DMA_LIMIT || (!reads && message.payload.size() != words + record.size)) return -EINVAL;
+    if (message.payload.size() < DMA_RECORD_HEAD) return -EINVAL;
+    std::memcpy(&record, message.payload.data(), DMA_RECORD_HEAD);
+    if (record.size > DMA_LIMIT || (!reads && message.payload.size() != DMA_RECORD_HEAD + record.size)) return -EINVAL;
     std::vector<uint8_t> buffer(record.size);
-    if (!reads) std::copy(message.payload.begin() + words, message.payload.end(), buffer.begin());
+    if (!reads) std::copy(message.payload.begin() + DMA_RECORD_HEAD, message.payload.end(), buffer.begin());
     record.buffer = buffer.data();
     const int result = box_.request(message.header.number, message.header.code, &record);
     if (reads && result >= 0) reply = std::move(buffer);

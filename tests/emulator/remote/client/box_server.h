@@ -4,36 +4,18 @@
  */
 #pragma once
 
+#include "emulator/base/scratch_folder.h"
 #include "emulator/remote/protocol.h"
 #include "emulator/remote/server/server.h"
 #include "emulator/scenario.h"
 
 #include <cstdlib>
-#include <filesystem>
 #include <gtest/gtest.h>
 #include <sstream>
 #include <string>
 #include <sys/eventfd.h>
 #include <thread>
 #include <unistd.h>
-
-/** A fresh folder that goes with its owner. */
-class Scratch {
-public:
-    Scratch()
-    {
-        path_ = (std::filesystem::temp_directory_path() / "client-XXXXXX").string();
-        EXPECT_NE(mkdtemp(path_.data()), nullptr) << path_;
-    }
-    ~Scratch() { std::filesystem::remove_all(path_); }
-    Scratch(const Scratch&) = delete;
-    Scratch& operator=(const Scratch&) = delete;
-
-    const std::string& path() const { return path_; }
-
-private:
-    std::string path_;
-};
 
 /** A box that answers at its socket until it goes, as one that is switched off. */
 class RunningBox {
@@ -76,7 +58,7 @@ public:
     std::string socket() const { return box_.socket(); }
 
 private:
-    Scratch scratch_;
+    emu::ScratchFolder scratch_{"client"};
     RunningBox box_;
 };
 

@@ -111,7 +111,7 @@ size_t count(std::string_view text, std::string_view wanted)
 // Catches: programs that fill processor and log while their box is gone, and handles that stay stale when it is back.
 TEST(Client, OutlivesItsBoxAndFindsItAgain)
 {
-    const Scratch scratch;
+    const emu::ScratchFolder scratch("client");
     auto box = std::make_unique<RunningBox>(scratch.path());
     const std::string socket = box->socket();
     setenv("CAPD_BOX", socket.c_str(), 1);
@@ -155,7 +155,7 @@ TEST(Client, OutlivesItsBoxAndFindsItAgain)
 // Catches: tools that hang with a box that does, for each node that they try.
 TEST(Client, GivesUpOnABoxThatDoesNotAnswer)
 {
-    const Scratch scratch;
+    const emu::ScratchFolder scratch("client");
     const std::string path = scratch.path() + "/silent";
     const int silent = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     sockaddr_un address{};

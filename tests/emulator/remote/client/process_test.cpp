@@ -84,14 +84,14 @@ private:
 };
 
 /** The arguments of a box in a scratch folder. */
-std::vector<std::string> box_in(const Scratch& scratch, std::vector<std::string> more = {})
+std::vector<std::string> box_in(const emu::ScratchFolder& scratch, std::vector<std::string> more = {})
 {
     std::vector<std::string> words = {"boxemu", "--root", scratch.path(), "--encoder", "bookkeeping"};
     words.insert(words.end(), more.begin(), more.end());
     return words;
 }
 
-std::string socket_of(const Scratch& scratch)
+std::string socket_of(const emu::ScratchFolder& scratch)
 {
     return scratch.path() + emu::SOCKET_IN_ROOT;
 }
@@ -163,7 +163,7 @@ void sit_down_at(const Terminal& terminal)
 // mixed with what is being typed.
 TEST(Boxemu, HasAPromptAndRemembersLines)
 {
-    const Scratch scratch;
+    const emu::ScratchFolder scratch("client");
     Terminal terminal;
     Process box(box_in(scratch), [&terminal] { sit_down_at(terminal); });
     terminal.expect("box> ");
@@ -193,7 +193,7 @@ TEST(Boxemu, HasAPromptAndRemembersLines)
 // shell, or changes the terminal under its hands.
 TEST(Boxemu, LeavesTheTerminalAloneInTheBackground)
 {
-    const Scratch scratch;
+    const emu::ScratchFolder scratch("client");
     Terminal terminal;
     // The shell holds the terminal and starts the box as another job; a line that it reads puts the box in front.
     const std::function<void()> shell = [&] {
@@ -223,7 +223,7 @@ TEST(Boxemu, LeavesTheTerminalAloneInTheBackground)
 // Catches: a box that ends with the reader of its output, and lines of a pipe that do not wait for the line before.
 TEST(Boxemu, OutlivesTheReaderOfItsOutput)
 {
-    const Scratch scratch;
+    const emu::ScratchFolder scratch("client");
     int commands[2], output[2];
     ASSERT_EQ(pipe2(commands, O_CLOEXEC), 0);
     ASSERT_EQ(pipe2(output, O_CLOEXEC), 0);
@@ -251,7 +251,7 @@ TEST(Boxemu, OutlivesTheReaderOfItsOutput)
 // Catches: a loop that spins when there are no descriptors for another client, and a client that is never let in again.
 TEST(Boxemu, WaitsWhereThereAreNoDescriptors)
 {
-    const Scratch scratch;
+    const emu::ScratchFolder scratch("client");
     const std::string log = scratch.path() + ".log";
     Process box(box_in(scratch), [&log] {
         dup2(open(log.c_str(), O_CREAT | O_TRUNC | O_WRONLY, 0600), 1);
@@ -280,7 +280,7 @@ TEST(Boxemu, WaitsWhereThereAreNoDescriptors)
 // without a word on what it cannot do.
 TEST(Boxemu, TellsScriptsHowItWent)
 {
-    const Scratch scratch;
+    const emu::ScratchFolder scratch("client");
     const std::string log = scratch.path() + ".log";
     const auto quietly = [&log] {
         for (const int fd : {1, 2}) dup2(open(log.c_str(), O_CREAT | O_APPEND | O_WRONLY, 0600), fd);

@@ -125,7 +125,7 @@ private:
 TEST(Server, LooksForFilesInTheFolderOfTheCaller)
 {
     const BoxServer box;
-    const Scratch here;
+    const emu::ScratchFolder here("client");
     std::ofstream(here.path() + "/rom.bin") << std::string(256, 'r');
     Asker caller(box.socket());
     EXPECT_EQ(caller.ask(emu::Ask::Folder, here.path()), 0);
@@ -222,7 +222,7 @@ TEST(RootFs, BelongsToOneBoxAtATime)
 // Catches: a root whose disk was full, or whose power failed, while it was filled: its scripts end in the middle.
 TEST(RootFs, HalfFilledOneIsFilledAgain)
 {
-    const Scratch scratch;
+    const emu::ScratchFolder scratch("client");
     const std::string& root = scratch.path();
     const std::string script = root + "/kxbin/enc.sh";
     std::filesystem::create_directory(root + "/run");
@@ -290,7 +290,7 @@ TEST(Scenario, IsReadUpToASensibleSize)
 // Catches: a scenario's wait that holds up the steps behind it, or whose failure nobody hears of.
 TEST(Scenario, StepsMayWait)
 {
-    const Scratch scratch;
+    const emu::ScratchFolder scratch("client");
     emu::Box box({.root = scratch.path()});
     std::istringstream text(
         "0 wait input stable 5\n0 wait recording 3\n1 source 0 plug 1080p60\n4 watch\n5 card insert\n");
