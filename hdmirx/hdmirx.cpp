@@ -1,6 +1,8 @@
 #include "hdmirx/hdmirx.h"
 
+#include "devaccess/board.h"
 #include "devaccess/i2c.h"
+#include "devaccess/iec60958.h"
 #include "devaccess/video_device.h"
 #include "hdmirx/src/hdmirx/access.h"
 #include "hdmirx/src/hdmirx/audio_status.h"
@@ -12,7 +14,6 @@
 #include "hdmirx/src/hdmirx/video_mode.h"
 #include "hdmirx/src/hdmirx/video_state.h"
 #include "hdmirx/status_report.h"
-#include "hdmitx/board.h"
 
 #include <cstdio>
 
@@ -50,28 +51,13 @@ int hdmirx_is_stable(int port)
     return hdmirx_get_info(port, &scratch, 0);
 }
 
-static int32_t sample_rate_hz(uint8_t code)
-{
-    switch (code) {
-    case 0: return 44100;
-    case 2: return 48000;
-    case 3: return 32000;
-    case 8: return 88200;
-    case 9: return 768000;
-    case 10: return 96000;
-    case 12: return 176400;
-    case 14: return 192000;
-    default: return 0;
-    }
-}
-
 static int get_audio_info(hdmirx_info* info)
 {
     info->audio_sample_rate = 48000; // what the encoder is set to when there is nothing to encode
     info->audio_iec61937 = info->audio_channels = info->audio_word_length = 0;
     if (!IsAudioPresent()) return 0;
 
-    info->audio_sample_rate = sample_rate_hz(ReadAudioFs());
+    info->audio_sample_rate = sampling_frequency_hz(ReadAudioFs());
     ChannelStatus status = {};
     if (GetAudioChannelStatus(status) == 0) {
         info->audio_iec61937 = info->audio_channels = info->audio_word_length = -1;

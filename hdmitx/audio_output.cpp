@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "devaccess/iec60958.h"
 #include "hdmitx/access.h"
 #include "hdmitx/info_frames.h"
 #include "hdmitx/registers.h"
@@ -12,39 +13,30 @@ namespace capd {
 
 namespace {
 
-// IEC 60958 sampling-frequency codes with the N of the audio clock regeneration.
-constexpr struct SamplingRate {
+// N of the audio clock regeneration by sampling-frequency code, as HDMI 1.4 recommends it (tables 7-1 to 7-3, row
+// "Other").
+constexpr struct {
     uint8_t code;
-    uint32_t hz;
     uint16_t n;
-} SAMPLING_RATES[] = {
-    {0, 44100, 6272},   {2, 48000, 6144},   {3, 32000, 4096},    {8, 88200, 12544},
-    {9, 768000, 24576}, {10, 96000, 12288}, {12, 176400, 25088}, {14, 192000, 24576},
+} CLOCK_REGENERATION[] = {
+    {0, 6272},   {FS_CODE_48_KHZ, 6144}, {3, 4096}, {8, 12544}, {FS_CODE_768_KHZ, 24576}, {10, 12288}, {12, 25088},
+    {14, 24576},
 };
-constexpr SamplingRate RATE_48_KHZ = SAMPLING_RATES[1]; // what everything unknown counts as
-static_assert(RATE_48_KHZ.hz == 48000);
+constexpr uint16_t N_48_KHZ = 6144;        // what everything unknown counts as
+constexpr uint32_t HZ_OF_UNKNOWN = 48'000; // likewise
 
 constexpr uint8_t WORD_24_BITS = 0x0B;      // channel status byte 4
 constexpr uint8_t NOT_LINEAR_PCM = 0x02;    // channel status byte 0
-constexpr uint8_t RATE_768_KHZ = 9;         // channel status byte 3
 constexpr uint8_t HBR_STATUS_BYTE_4 = 0x6B; // complement of the above, and 24 bits
 constexpr uint8_t DEFAULT_STATUS_WORD = 0x60;
 constexpr int SPDIF_POLLS = 100;
 
-const SamplingRate& rate_of_code(uint8_t code)
+uint16_t n_of_code(uint8_t code)
 {
-    for (const SamplingRate& rate : SAMPLING_RATES) {
-        if (rate.code == code) return rate;
+    for (const auto& row : CLOCK_REGENERATION) {
+        if (row.code == code) return row.n;
     }
-    return RATE_48_KHZ;
-}
-
-uint8_t code_of_rate(uint32_t hz)
-{
-    for (const SamplingRate& rate : SAMPLING_RATES) {
-        if (rate.hz == hz) return rate.code;
-    }
-    return RATE_48_KHZ.code;
+    return N_48_KHZ;
 }
 
 HdmitxChannelStatus default_channel_status(uint8_t channels, uint8_t code)
@@ -109,7 +101,7 @@ void set_up_hbr(HdmitxChannelStatus cs, uint8_t spdif)
     printf("T_AUDIO_HBR\n");
     cs[0] |= NOT_LINEAR_PCM;
     cs[2] = 0;
-    cs[3] = (cs[3] & 0xF0) | RATE_768_KHZ;
+    cs[3] = (cs[3] & 0xF0) | FS_CODE_768_KHZ;
     cs[4] |= HBR_STATUS_BYTE_4;
     hdmitx_SetChannelStatus(cs);
     hdmitx_SetHBRAudio(spdif);
@@ -153,7 +145,7 @@ void HDMITX_EnableAudioOutput(uint8_t type, uint8_t spdif, uint32_t rate, uint8_
     select_source(type, spdif);
     HdmitxChannelStatus cs = {};
     if (type != T_AUDIO_DSD) { // one-bit audio has no channel status
-        hdmitx_instance.bAudioFs = code_of_rate(rate);
+        hdmitx_instance.bAudioFs = sampling_frequency_code(rate);
         hdmitx_SetNCTS(hdmitx_instance.bAudioFs);
         cs = channelStatus != nullptr ? *channelStatus : default_channel_status(channels, hdmitx_instance.bAudioFs);
     }
@@ -173,7 +165,7 @@ void HDMITX_EnableAudioOutput(uint8_t type, uint8_t spdif, uint32_t rate, uint8_
 void hdmitx_SetNCTS(uint8_t code)
 {
     const uint8_t type = hdmitx_ReadReg(txreg::AUDIO_TYPE_1);
-    const uint16_t n = rate_of_code(code).n;
+    const uint16_t n = n_of_code(code);
     hdmitx_SwitchBank(1);
     hdmitx_WriteReg(txreg::B1_N, static_cast<uint8_t>(n));
     hdmitx_WriteReg(txreg::B1_N + 1, static_cast<uint8_t>(n >> 8));
@@ -185,7 +177,7 @@ void hdmitx_SetNCTS(uint8_t code)
     close_protected_registers();
     if ((type & txreg::AUDIO_TYPE_1_HBR) != 0) return;
     hdmitx_SwitchBank(1);
-    hdmitx_WriteReg(txreg::B1_STATUS_RATE, RATE_768_KHZ);
+    hdmitx_WriteReg(txreg::B1_STATUS_RATE, FS_CODE_768_KHZ);
     hdmitx_WriteReg(txreg::B1_STATUS_WORD, (hdmitx_ReadReg(txreg::B1_STATUS_WORD) & 0x0F) | DEFAULT_STATUS_WORD);
     hdmitx_SwitchBank(0);
 }
@@ -286,7 +278,8 @@ void HDMITX_ChangeAudioOption(uint8_t option, uint8_t channels, uint8_t code)
         audio.bOutputAudioChannel = std::clamp<uint8_t>(channels, 1, 8);
         break;
     }
-    audio.ulAudioSampleFS = rate_of_code(code).hz;
+    const int32_t hz = sampling_frequency_hz(code);
+    audio.ulAudioSampleFS = hz != 0 ? static_cast<uint32_t>(hz) : HZ_OF_UNKNOWN;
     printf("HDMITX_ChangeAudioOption():bOutputAudioType = %02X, ulAudioSampleFS = %8ld, bOutputAudioChannel = %d\n",
            audio.bOutputAudioType, static_cast<long>(audio.ulAudioSampleFS), audio.bOutputAudioChannel);
     audio.bChangeAudio = 1;

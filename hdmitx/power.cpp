@@ -2,9 +2,9 @@
 
 #include <cstdio>
 
+#include "devaccess/board.h"
 #include "devaccess/video_device.h"
 #include "hdmitx/access.h"
-#include "hdmitx/board.h"
 #include "hdmitx/hdmitx.h"
 #include "hdmitx/registers.h"
 #include "hdmitx/state.h"

@@ -55,8 +55,6 @@ public:
     LedLook look(int group, int index) const;
     /** How often an LED went from dark to lit since power-on. */
     uint64_t flashes(int group, int index) const { return flashes_.at(slot(group, index)); }
-    /** The last changes, oldest first. */
-    const std::deque<LedChange>& led_history() const { return history_; }
 
 protected:
     uint8_t read_register(uint8_t reg) override;

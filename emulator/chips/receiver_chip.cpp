@@ -145,7 +145,6 @@ void ReceiverChip::write_reset(uint8_t value)
     }
     registers_[REG_RESET] = value;
     if ((begins & RESET_SOFTWARE) != 0) {
-        ++software_resets_;
         clear_received();
         clear_held();
     }
@@ -156,7 +155,6 @@ void ReceiverChip::write_reset(uint8_t value)
         std::fill(&registers_[REG_TIMING], &registers_[REG_MUTE], uint8_t{0});
         registers_[REG_LINK_COUNT] = 0xFF;
     }
-    if ((begins & RESET_AUDIO) != 0) ++audio_resets_;
     if (((begins | ends) & RESET_AUDIO) != 0) receive_audio();
     update_link();
     if ((ends & RESET_VIDEO) != 0 && locked_ && !measured_) start_measuring();

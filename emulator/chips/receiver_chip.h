@@ -72,10 +72,6 @@ public:
     Converter converter() const { return static_cast<Converter>(registers_[rx::REG_CONVERTER] & 0x03); }
     /** The colour conversion that is set up, in words, its matrix judged by its coefficients. */
     std::string conversion() const;
-    /** Resets of the sound path since power-on. */
-    unsigned audio_resets() const { return audio_resets_; }
-    /** Software resets since power-on. */
-    unsigned software_resets() const { return software_resets_; }
     /** What a person would see of the input: both sources and the receiver. */
     std::string describe() const;
     /** @} */
@@ -133,7 +129,6 @@ private:
     InfoFrame avi_, vendor_, audio_frame_;
     AudioSignal sound_;
     Repeat storm_, repeated_fault_;
-    unsigned audio_resets_ = 0, software_resets_ = 0;
 };
 
 /** Add "receiver error|storm|revision|lock-time" and the section "input" of show. */

@@ -46,7 +46,6 @@ public:
 
     /** The daemon is about to start the script; settle() will wait for it. */
     void expect_start() { starting_ = true; }
-    bool starting() const { return starting_; }
     /** Wait until an expected script runs, has refused or has ended. Throws std::runtime_error after two minutes. */
     void settle();
     /** Take note of scripts that started, ended or were killed, and let the file grow. */

@@ -116,8 +116,6 @@ constexpr Format FORMATS[] = {
     {"dmt-1920x1200-60",  193250, 1920,  136, 200, 336, 1200,  3, 6, 36, 1245, N, P, _, 1,  0,  0},
 };
 // clang-format on
-constexpr size_t CTA_COUNT = 51;
-static_assert(FORMATS[CTA_COUNT].name.starts_with("dmt-") && !FORMATS[CTA_COUNT - 1].name.starts_with("dmt-"));
 
 struct Alias {
     std::string_view alias, name;
@@ -169,11 +167,6 @@ uint32_t Format::field_us() const
 std::span<const Format> all_formats()
 {
     return FORMATS;
-}
-
-std::span<const Format> cta_formats()
-{
-    return std::span(FORMATS).first(CTA_COUNT);
 }
 
 std::optional<Format> find_format(std::string_view name)

@@ -36,8 +36,6 @@ struct Format {
 
 /** All formats with a name, CTA-861's first. */
 std::span<const Format> all_formats();
-/** The CTA-861 formats alone. */
-std::span<const Format> cta_formats();
 
 /**
  * Find a format by its name ("1080i60", "dmt-1024x768-60"), by a customary name ("vga"), or by "vic16".

@@ -90,20 +90,6 @@ inline void show(const emu::Signal& signal, int settle = 0)
     ticks(settle);
 }
 
-/** Run something and return what the process printed meanwhile. */
-template<class Body>
-std::string printed(Body&& body)
-{
-    std::string text;
-    {
-        Output output;
-        body();
-        text = output.take();
-    }
-    if (testing::Test::HasFailure()) std::fputs(text.c_str(), stdout); // it may hold the failure's own text
-    return text;
-}
-
 /** Pull port 0's plug, and plug a source in when the driver has noticed; wait for its picture. */
 inline void show_afresh(const emu::Signal& signal, int settle = 0)
 {

@@ -119,7 +119,7 @@ TEST(AudioOptions, ChangeReachesTheDisplayOnTheNextStep)
     start_output();
     drive("tv");
     for (const auto& o : options) {
-        EXPECT_EQ(printed([&] { HDMITX_ChangeAudioOption(o.option, o.channels, o.code); }), o.text);
+        EXPECT_EQ(bench::printed([&] { HDMITX_ChangeAudioOption(o.option, o.channels, o.code); }), o.text);
         EXPECT_EQ(run_once(), o.type_text == nullptr ? "" : std::string("ConfigAudioInfoFrm(2)\n") + o.type_text);
     }
     hdmitx_video.bChangeMode = 1;

@@ -1,5 +1,5 @@
+#include "devaccess/board.h"
 #include "devaccess/i2c.h"
-#include "hdmitx/board.h"
 #include "hdmitx/edid_rom.h"
 #include "tests/hdmitx/output_bench.h"
 
@@ -143,7 +143,7 @@ TEST(EdidRom, FailuresStopTheCopyAndAlwaysGiveTheRomBack)
         back.fill(0x55);
         bench::box().i2c().fail(f.device, f.skip, 3, EIO);
         int result = 0;
-        const std::string text = printed(
+        const std::string text = bench::printed(
             [&] { result = f.write ? edidrom_write(image.data(), 0, 256) : edidrom_read(back.data(), 0, 256); });
         bench::box().i2c().mend(f.device);
         EXPECT_EQ(result == 0, f.ok);

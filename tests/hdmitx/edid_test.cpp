@@ -37,7 +37,7 @@ Parsed parse(emu::EdidImage edid)
     chip().plug({"test", std::move(edid)});
     callbacks = 0;
     Parsed parsed;
-    parsed.text = printed([&] { parsed.result = ParseEDID(); });
+    parsed.text = bench::printed([&] { parsed.result = ParseEDID(); });
     return parsed;
 }
 

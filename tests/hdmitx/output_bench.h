@@ -22,20 +22,11 @@ inline emu::TransmitterChip& chip()
     return bench::box().transmitter();
 }
 
-/** Run something and return what it printed. */
-template<typename Step>
-std::string printed(Step step)
-{
-    bench::Output output;
-    step();
-    return output.take();
-}
-
 /** Run something silently. */
 template<typename Step>
 void quietly(Step step)
 {
-    printed(std::move(step));
+    bench::printed(std::move(step));
 }
 
 inline void plug(const std::string& edid)
@@ -55,7 +46,7 @@ inline void start_output()
 /** One supervision step; its text. */
 inline std::string run_once()
 {
-    return printed([] { capd::hdmitx_run(); });
+    return bench::printed([] { capd::hdmitx_run(); });
 }
 
 /** Plug a display in and let the driver handle it, which takes two steps. */

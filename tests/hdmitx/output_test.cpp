@@ -170,7 +170,7 @@ TEST(ErrorInterrupts, EachIsServedOnceAndSaidOnce)
         SCOPED_TRACE(i.what);
         i.happen();
         std::string text;
-        const auto made = transfers_of([&] { text = printed([] { CheckHDMITX(nullptr, nullptr); }); });
+        const auto made = transfers_of([&] { text = bench::printed([] { CheckHDMITX(nullptr, nullptr); }); });
         EXPECT_EQ(text, i.text);
         EXPECT_EQ(written(made, 0x04), i.reset);
         EXPECT_EQ(written(made, 0x15), i.command);
@@ -228,7 +228,7 @@ TEST(VideoOptions, ClockDecidesTheFrontEndAndTheVicReachesTheDisplay)
     } clocks[] = {{20000000, "level = 0"}, {20000001, "level = 1"}, {80000000, "level = 1"}, {80000001, "level = 2"}};
     for (const auto& c : clocks) {
         hdmitx_video.ulPixelClock = c.clock_hz;
-        EXPECT_EQ(printed(HDMITX_SetOutput).substr(0, 9), c.level);
+        EXPECT_EQ(bench::printed(HDMITX_SetOutput).substr(0, 9), c.level);
         EXPECT_EQ(chip().view().afe_range, c.level[8] == '2' ? emu::AfeRange::High : emu::AfeRange::Low);
     }
 }

@@ -82,8 +82,8 @@ TEST(TransmitterAccess, MasksKeepTheOtherBitsAndDelayRowsOnlyWait)
     EXPECT_TRUE(transfers_of([] { hdmitx_LoadRegTable(wait_only); }).empty());
     EXPECT_EQ(bench::now() - start, std::chrono::milliseconds(257));
 
-    EXPECT_EQ(printed([] { hdmitx_ToggleRegBit(0x59, 2); }), "reg59 = 3C -> toggle 2th bit -> 38\n");
-    EXPECT_EQ(printed([] { hdmitx_ToggleRegBit(0x59, 9); }), "reg59 = 38 -> toggle 9th bit -> 38\n");
+    EXPECT_EQ(bench::printed([] { hdmitx_ToggleRegBit(0x59, 2); }), "reg59 = 3C -> toggle 2th bit -> 38\n");
+    EXPECT_EQ(bench::printed([] { hdmitx_ToggleRegBit(0x59, 9); }), "reg59 = 38 -> toggle 9th bit -> 38\n");
     EXPECT_EQ(chip().peek(0, 0x59), 0x38);
     hdmitx_WriteReg2(0x10, 0x81);
     hdmitx_SetRegBits2(0x10, 0x0F, 0x02);
@@ -95,7 +95,7 @@ TEST(TransmitterAccess, MasksKeepTheOtherBitsAndDelayRowsOnlyWait)
 TEST(TransmitterStart, ChipIsReadyBlankedAndQuietAndTheBoardsAnswerIsTheResult)
 {
     int result = -1;
-    const std::string text = printed([&] { result = hdmitx_init(); });
+    const std::string text = bench::printed([&] { result = hdmitx_init(); });
     EXPECT_EQ(result, 0);
     EXPECT_TRUE(bench::box().board().output_enabled());
     EXPECT_NE(text.find("-----------------------------------------------------\nInit HDMITX\n"
@@ -134,7 +134,7 @@ TEST(TransmitterBlank, OnlyAChangeIsPrintedAndWritten)
     for (const auto& s : steps) {
         std::string text;
         hdmitx_SwitchBank(1);
-        const auto made = transfers_of([&] { text = printed(s.step); });
+        const auto made = transfers_of([&] { text = bench::printed(s.step); });
         EXPECT_EQ(text, s.text);
         EXPECT_EQ(chip().peek(0, 0xC1), s.control);
         EXPECT_EQ(count(made, false, 0xC1), s.writes);
@@ -151,7 +151,7 @@ TEST(TransmitterDump, ShowsBothBanksInTheAgreedFormAndLeavesTheFifoAlone)
     EXPECT_EQ(count(made, true, 0x17), 0u);
     EXPECT_EQ(chip().peek(0, 0x0F) & 1, 0);
 
-    const std::string text = printed([] { hdmitx_DumpRegs(); });
+    const std::string text = bench::printed([] { hdmitx_DumpRegs(); });
     const std::string head = "        00 01 02 03   04 05 06 07   08 09 0A 0B   0C 0D 0E 0F\n" + line +
                              "[  0]   45 4D 54 01 - 21 41 00 00 - 00 FC FF F7 - 00 00 01 28\n"
                              "[ 10]   00 00 00 00 - 00 00 80 XX - 00 00 00 00 - 00 00 00 00\n";
@@ -240,7 +240,7 @@ TEST(ColourConverter, EveryPairOfColourModesGetsItsConverter)
             hdmitx_WriteReg(0x72, 0xFC);
             hdmitx_WriteReg(0x72, 0x14);
             for (uint8_t reg = 0x73; reg <= 0x87; ++reg) hdmitx_WriteReg(reg, 0xEE);
-            const std::string text = printed([&] { hdmitx_SetCSCScale(mode, p.output); });
+            const std::string text = bench::printed([&] { hdmitx_SetCSCScale(mode, p.output); });
             EXPECT_EQ(int{chip().peek(0, 0x72)}, int{p.control[options >> 2]});
             const bool bypass = p.kind == emu::MatrixKind::None;
             EXPECT_EQ(chip().peek(0, 0x0F) & 0x10, bypass ? 0x10 : 0);
@@ -252,7 +252,7 @@ TEST(ColourConverter, EveryPairOfColourModesGetsItsConverter)
             EXPECT_NE(text.find(")\n" + std::string(p.messages)), std::string::npos) << text;
         }
     }
-    const std::string text = printed([] { hdmitx_SetCSCScale(1, 0); });
+    const std::string text = bench::printed([] { hdmitx_SetCSCScale(1, 0); });
     EXPECT_TRUE(text.starts_with("hdmitx_SetCSCScale(BYTE bInputMode = 1,BYTE bOutputMode = 0)\nInput mode is YUV422\n"
                                  "Output mode is RGB24\nCSC = YUV2RGB 3 ITU601 0-255 reg73 <- 04\nreg74 <- 00\n"))
         << text;
@@ -273,7 +273,7 @@ TEST(VideoInput, SignalTypesAndColourDepthReachTheirBits)
     };
     for (const auto& i : inputs) {
         hdmitx_WriteReg(0x70, i.before);
-        EXPECT_EQ(printed([&] { hdmitx_SetInputMode(i.colour, i.signal); }), i.text);
+        EXPECT_EQ(bench::printed([&] { hdmitx_SetInputMode(i.colour, i.signal); }), i.text);
         EXPECT_EQ(int{chip().peek(0, 0x70)}, int{i.after});
     }
     static constexpr struct {
@@ -284,5 +284,5 @@ TEST(VideoInput, SignalTypesAndColourDepthReachTheirBits)
         {36, "bColorDepth = B_TX_CD_36\nsetHDMITX_ColorDepthPhase(60), regC1 = 63\n"},
         {24, "setHDMITX_ColorDepthPhase(00), regC1 = 03\n"},
     };
-    for (const auto& d : depths) EXPECT_EQ(printed([&] { setHDMITX_ColorDepthPhase(d.depth); }), d.text);
+    for (const auto& d : depths) EXPECT_EQ(bench::printed([&] { setHDMITX_ColorDepthPhase(d.depth); }), d.text);
 }

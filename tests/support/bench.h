@@ -8,6 +8,7 @@
 #include "emulator/inprocess/inprocess.h"
 
 #include <chrono>
+#include <cstdio>
 #include <gtest/gtest.h>
 #include <initializer_list>
 #include <string>
@@ -57,6 +58,20 @@ private:
     int saved_[3];
     long taken_ = 0;
 };
+
+/** Run something and return what the process printed meanwhile. */
+template<class Body>
+std::string printed(Body&& body)
+{
+    std::string text;
+    {
+        Output output;
+        body();
+        text = output.take();
+    }
+    if (testing::Test::HasFailure()) std::fputs(text.c_str(), stdout); // it may hold the failure's own text
+    return text;
+}
 
 /** How often a text stands in another one. */
 size_t count(std::string_view text, std::string_view wanted);

@@ -1,11 +1,10 @@
 #include "hdmirx/src/hdmirx/audio_status.h"
 
+#include "devaccess/iec60958.h"
 #include "hdmirx/src/hdmirx/access.h"
 #include "hdmirx/src/hdmirx/registers.h"
 
 namespace capd::rx {
-
-static constexpr uint8_t FS_CODE_HBR = 9; // 768 kHz, the rate of the four lines together
 
 uint8_t GetAudioType()
 {
@@ -44,7 +43,7 @@ int GetAudioChannelStatus(ChannelStatus& status)
     const uint8_t kind = GetAudioType() & AUDIO_TYPE_KIND;
     if (kind == AUDIO_TYPE_NONE || kind == AUDIO_TYPE_DSD) return 0;
     for (uint8_t i = 0; i < 3; ++i) status[i] = ReadRxReg(static_cast<uint8_t>(REG_RX_CHANNEL_STATUS + i));
-    const uint8_t fs = kind == AUDIO_TYPE_HBR ? FS_CODE_HBR : ReadAudioFs();
+    const uint8_t fs = kind == AUDIO_TYPE_HBR ? FS_CODE_768_KHZ : ReadAudioFs();
     if (kind == AUDIO_TYPE_HBR) status[0] |= CHANNEL_NOT_LPCM;
     const uint8_t rest = ReadRxReg(REG_RX_CHANNEL_STATUS_3);
     status[3] = static_cast<uint8_t>(fs | ((rest & CHANNEL_CLOCK) << 4));

@@ -1,4 +1,4 @@
-#include "hdmitx/board.h"
+#include "devaccess/board.h"
 
 #include "devaccess/board_registers.h"
 #include "devaccess/i2c.h"
