@@ -18,7 +18,6 @@ struct DaemonSettings {
     int32_t edid_write_disabled = 0;       ///< 1: the input's EDID ROM is left alone
 };
 
-// NOLINTNEXTLINE(bugprone-dynamic-static-initializers): that it is not is what constinit says
 extern constinit DaemonSettings settings;
 
 } // namespace capd

@@ -20,8 +20,6 @@ static int32_t _error_busy(int32_t /*argument*/)
     return 0;
 }
 
-// No padding on the box, where a pointer has 32 bits.
-// NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding)
 struct KeyAction {
     int32_t key;
     Action action; ///< nullptr: none

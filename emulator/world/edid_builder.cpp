@@ -40,7 +40,7 @@ uint8_t high_nibbles(unsigned a, unsigned b)
 void put_timing(uint8_t* at, const EdidTiming& t, uint16_t width_mm, uint16_t height_mm)
 {
     const unsigned clock = t.clock_khz / 10;
-    const unsigned front_sync_high = ((t.h_front >> 8) << 6) | ((t.h_sync >> 8) << 4) |
+    const unsigned front_sync_high = ((unsigned{t.h_front} >> 8) << 6) | ((unsigned{t.h_sync} >> 8) << 4) |
                                      ((static_cast<unsigned>(t.v_front) >> 4) << 2) |
                                      (static_cast<unsigned>(t.v_sync) >> 4);
     // Separate digital sync, then the polarities.

@@ -12,8 +12,8 @@ uint8_t InfoFrame::sum() const
 
 InfoFrame compose_avi(const AviFields& fields)
 {
-    constexpr unsigned ACTIVE_FORMAT_PRESENT = 0x10;
-    constexpr unsigned ACTIVE_FORMAT_AS_PICTURE = 0x08;
+    constexpr int ACTIVE_FORMAT_PRESENT = 0x10;
+    constexpr int ACTIVE_FORMAT_AS_PICTURE = 0x08;
     InfoFrame frame{.type = FRAME_AVI, .version = 2, .length = 13};
     frame.body[1] = static_cast<uint8_t>(fields.colour << 5 | ACTIVE_FORMAT_PRESENT);
     frame.body[2] = static_cast<uint8_t>(fields.colorimetry << 6 | fields.aspect << 4 | ACTIVE_FORMAT_AS_PICTURE);

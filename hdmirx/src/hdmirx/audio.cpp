@@ -8,6 +8,7 @@
 #include "hdmirx/src/hdmirx/registers.h"
 
 #include <array>
+#include <cstddef>
 
 namespace capd::rx {
 
@@ -56,7 +57,7 @@ void SetAState(AudioState state)
 {
     machine.AState = state;
     TellSound(state == ASTATE_AudioOn);
-    message("AState -> %s\n", ASTATE_NAMES[state]);
+    message("AState -> %s\n", ASTATE_NAMES[static_cast<size_t>(state)]);
     switch (state) {
     case ASTATE_AudioOff: SetRxAudioMute(true); break;
     case ASTATE_WaitForReady: machine.timer = READY_TICKS; break;

@@ -11,6 +11,7 @@
 #include "hdmirx/src/hdmirx/video_mode.h"
 
 #include <array>
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 
@@ -46,7 +47,7 @@ static constinit struct {
 
 const char* VStateName(VideoState state)
 {
-    return VSTATE_NAMES[state];
+    return VSTATE_NAMES[static_cast<size_t>(state)];
 }
 
 VideoState VState()
