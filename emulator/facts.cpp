@@ -261,12 +261,6 @@ const std::vector<LedName>& led_names()
     return names;
 }
 
-const char* look_word(LedLook look)
-{
-    static constexpr const char* LOOKS[] = {"off", "on", "blinking"};
-    return word(LOOKS, look);
-}
-
 void add_box_facts(CommandTable& commands, Hardware& box)
 {
     commands.add_facts("leds", [&box] { return led_facts(box.board()); });

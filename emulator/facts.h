@@ -23,9 +23,6 @@ struct LedName {
 /** Those beside the keys, then the storage bar from the bottom up. */
 const std::vector<LedName>& led_names();
 
-/** "off", "on" or "blinking". */
-const char* look_word(LedLook look);
-
 /** Add what "show --json" has of every section that the box itself has. */
 void add_box_facts(CommandTable& commands, Hardware& box);
 

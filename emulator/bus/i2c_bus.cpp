@@ -1,7 +1,5 @@
 #include "emulator/bus/i2c_bus.h"
 
-#include "emulator/commands/commands.h"
-
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
@@ -88,6 +86,13 @@ std::string i2c_device_name(uint8_t device)
     return text;
 }
 
+std::optional<uint8_t> i2c_device_called(std::string_view name)
+{
+    for (const NamedDevice& named : DEVICES)
+        if (name == named.name) return named.address;
+    return std::nullopt;
+}
+
 static std::string describe_transfer(const Transfer& transfer)
 {
     char text[160];
@@ -108,46 +113,6 @@ std::string I2cBus::describe(size_t count) const
     std::string text;
     for (size_t age = std::min(count, logged()); age > 0; --age) text += describe_transfer(last(age - 1)) + "\n";
     return text;
-}
-
-static uint8_t take_device(Args& args)
-{
-    const std::string word = args.word("a device");
-    for (const NamedDevice& named : DEVICES)
-        if (word == named.name) return named.address;
-    return static_cast<uint8_t>(args.as_number(word, 0, 0x7F));
-}
-
-static Reply fail_command(I2cBus& bus, Args& args)
-{
-    const uint8_t device = take_device(args);
-    const std::string how = args.choice({"next", "all", "every"});
-    const uint64_t n = how == "all" ? 0 : static_cast<uint64_t>(args.number("a number of transfers", 1, 1'000'000'000));
-    uint64_t skip = 0;
-    if (args.more() && how == "next") {
-        args.keyword("after");
-        skip = static_cast<uint64_t>(args.number("a number of transfers", 0, 1'000'000'000));
-    }
-    args.end();
-    if (how == "next") bus.fail(device, skip, n, EIO);
-    if (how == "all") bus.fail_all(device, EIO);
-    if (how == "every") bus.fail_every(device, n, EIO);
-    return {};
-}
-
-void add_i2c_commands(CommandTable& commands, I2cBus& bus)
-{
-    commands.add("i2c fail",
-                 "DEVICE next N [after M] | all | every K   fail transfers to a device (board, receiver, "
-                 "transmitter, edidrom or 0x00 to 0x7f)",
-                 [&bus](Args& args) { return fail_command(bus, args); });
-    commands.add("i2c mend", "DEVICE   take a device's faults away", [&bus](Args& args) {
-        const uint8_t device = take_device(args);
-        args.end();
-        bus.mend(device);
-        return Reply{};
-    });
-    commands.add_show("transfers", [&bus] { return bus.describe(20); });
 }
 
 } // namespace emu

@@ -8,8 +8,10 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 
 namespace emu {
 
@@ -95,6 +97,8 @@ private:
 
 /** Name of a bus device as people call it; the address in hexadecimal where it has none. */
 std::string i2c_device_name(uint8_t device);
+/** Address of the device that people call so. */
+std::optional<uint8_t> i2c_device_called(std::string_view name);
 
 /** Add "i2c fail|mend" and "show transfers". */
 void add_i2c_commands(CommandTable& commands, I2cBus& bus);

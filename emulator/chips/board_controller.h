@@ -74,6 +74,9 @@ private:
     uint64_t lost_codes_ = 0;
 };
 
+/** "off", "on" or "blinking". */
+const char* look_word(LedLook look);
+
 /** Add "key" and the sections "leds" and "port". */
 void add_board_commands(CommandTable& commands, BoardController& board);
 

@@ -1,6 +1,7 @@
 #include "emulator/chips/display_view.h"
 
 #include "emulator/chips/transmitter_registers.h"
+#include "emulator/world/iec60958.h"
 
 #include <algorithm>
 #include <bit>
@@ -210,28 +211,6 @@ ReceivedFrame vendor_frame(const TransmitterOutput& out, OutputSignal signal)
 
 // ---------------------------------------------------------------- sound
 
-uint32_t rate_of_code(uint8_t code)
-{
-    constexpr struct {
-        uint8_t code;
-        uint32_t hz;
-    } rates[] = {{0, 44100}, {2, 48000},  {3, 32000},  {4, 22050},   {6, 24000},
-                 {8, 88200}, {9, 768000}, {10, 96000}, {12, 176400}, {14, 192000}};
-    for (const auto& rate : rates)
-        if (rate.code == code) return rate.hz;
-    return 0;
-}
-
-/** Sample word length of channel status byte 4: bit 0 says whether 24 or 20 is the most, three bits how many less. */
-uint8_t word_bits(uint8_t code)
-{
-    constexpr uint8_t less[] = {0, 4, 2, 0, 1, 0, 3, 0}; // 0 also where the code is not defined
-    const uint8_t most = (code & 1) != 0 ? 24 : 20;
-    const uint8_t index = code >> 1 & 0x07;
-    const bool defined = index != 0 && index != 3 && index != 7;
-    return defined ? static_cast<uint8_t>(most - less[index]) : uint8_t{0};
-}
-
 ChannelStatus channel_status(const std::array<uint8_t, 256>& r)
 {
     ChannelStatus status;
@@ -239,8 +218,8 @@ ChannelStatus channel_status(const std::array<uint8_t, 256>& r)
                     static_cast<uint8_t>((r[REG_STATUS_SOURCE] & 0x0F) | (r[REG_STATUS_CHANNEL] & 0x0F) << 4),
                     r[REG_STATUS_RATE], r[REG_STATUS_WORD]};
     status.pcm = (status.bytes[0] & 0x02) == 0;
-    status.rate_hz = rate_of_code(status.bytes[3] & 0x0F);
-    status.word_bits = word_bits(status.bytes[4] & 0x0F);
+    status.rate_hz = sampling_rate_of(status.bytes[3] & 0x0F);
+    status.word_bits = word_length_of(status.bytes[4] & 0x0F);
     return status;
 }
 

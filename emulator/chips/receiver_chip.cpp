@@ -1,5 +1,7 @@
 #include "emulator/chips/receiver_chip.h"
 
+#include "emulator/world/iec60958.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -365,7 +367,7 @@ void ReceiverChip::show_audio()
         for (const auto& row : DEPTHS)
             if (row.bits == signal()->depth_bits) depth = row.code;
     const bool present = sound_.kind != AudioKind::None;
-    registers_[REG_FS_DEPTH] = static_cast<uint8_t>(depth << 4 | (present ? sound_.rate_code() : 0));
+    registers_[REG_FS_DEPTH] = static_cast<uint8_t>(depth << 4 | (present ? sampling_code_of(sound_.rate_hz) : 0));
     if (!present || in_reset(RESET_AUDIO)) {
         registers_[REG_AUDIO] = 0;
         return;

@@ -1,7 +1,5 @@
 #include "emulator/kernel/nvram_device.h"
 
-#include "emulator/commands/commands.h"
-
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -19,8 +17,6 @@ constexpr uint32_t COMMIT = 0x40044E03;
 constexpr uint32_t LOAD_FLASH = 0x40044E04;
 constexpr uint32_t LOAD_FILE = 0x41004E05;
 constexpr uint32_t LIST = 0x40044E06;
-constexpr size_t NAME_SIZE = 64;
-constexpr size_t VALUE_SIZE = 128;
 constexpr size_t PATH_SIZE = 256;
 
 constexpr size_t PARTITION_SIZE = 16384;
@@ -31,20 +27,6 @@ bool terminated(const char* text, size_t size)
     return std::memchr(text, '\0', size) != nullptr;
 }
 
-/** Whether an entry keeps its meaning as a line of the flash file. */
-bool storable(std::string_view name, std::string_view value)
-{
-    return !name.empty() && name.find_first_of("=\n") == std::string_view::npos &&
-           value.find('\n') == std::string_view::npos;
-}
-
-std::string as_text(const NvramDevice::Store& store)
-{
-    std::string text;
-    for (const auto& [name, value] : store) text.append(name).append("=").append(value).append("\n");
-    return text;
-}
-
 /** Entries of a text; lines that are none, or too long for the device's records, are skipped. */
 NvramDevice::Store from_text(std::string_view text)
 {
@@ -53,13 +35,26 @@ NvramDevice::Store from_text(std::string_view text)
         const std::string_view line = text.substr(0, text.find('\n'));
         text.remove_prefix(std::min(text.size(), line.size() + 1));
         const size_t equals = line.find('=');
-        if (equals == 0 || equals >= NAME_SIZE || line.size() - equals > VALUE_SIZE) continue;
+        if (equals == 0 || equals >= NvramDevice::NAME_SIZE || line.size() - equals > NvramDevice::VALUE_SIZE) continue;
         store[std::string(line.substr(0, equals))] = line.substr(equals + 1);
     }
     return store;
 }
 
 } // namespace
+
+bool NvramDevice::storable(std::string_view name, std::string_view value)
+{
+    return !name.empty() && name.find_first_of("=\n") == std::string_view::npos &&
+           value.find('\n') == std::string_view::npos;
+}
+
+std::string NvramDevice::as_text(const Store& store)
+{
+    std::string text;
+    for (const auto& [name, value] : store) text.append(name).append("=").append(value).append("\n");
+    return text;
+}
 
 int NvramDevice::get(char* record) const
 {
@@ -153,65 +148,6 @@ void NvramDevice::set_flash(const std::string& name, const std::string& value)
     Store changed = flash();
     changed[name] = value;
     root_.write(FLASH_FILE, as_text(changed));
-}
-
-static std::string describe_nvram(const NvramDevice& nvram)
-{
-    if (!nvram.present()) return "no device\n";
-    std::string text = "in memory:\n" + as_text(nvram.store()) + "in flash:\n" + as_text(nvram.flash());
-    if (!nvram.list_output().empty()) text += "last listed:\n" + nvram.list_output();
-    return text;
-}
-
-static Reply entry_command(Args& args, const std::function<void(const std::string&, const std::string&)>& put)
-{
-    const std::string name = args.word("a name");
-    if (name.size() >= NAME_SIZE || !storable(name, "")) args.refuse("cannot be a name");
-    const std::string value = args.word("a value");
-    if (value.size() >= VALUE_SIZE || !storable(name, value)) args.refuse("cannot be a value");
-    args.end();
-    put(name, value);
-    return {};
-}
-
-static Reply refuse_command(NvramDevice& nvram, Args& args)
-{
-    using enum NvramDevice::Operation;
-    static const std::vector<std::pair<std::string, unsigned>> WHAT = {
-        {"none", 0},
-        {"get", NvramDevice::bit(Get)},
-        {"set", NvramDevice::bit(Set)},
-        {"empty", NvramDevice::bit(Empty)},
-        {"commit", NvramDevice::bit(Commit)},
-        {"load", NvramDevice::bit(Load)},
-        {"load-file", NvramDevice::bit(LoadFile)},
-        {"list", NvramDevice::bit(List)},
-        {"all", NvramDevice::ALL_OPERATIONS},
-    };
-    std::vector<std::string> names;
-    names.reserve(WHAT.size());
-    for (const auto& [name, mask] : WHAT) names.push_back(name);
-    const std::string wanted = args.choice(names);
-    args.end();
-    for (const auto& [name, mask] : WHAT)
-        if (name == wanted) nvram.refuse(mask);
-    return {};
-}
-
-void add_nvram_commands(CommandTable& commands, NvramDevice& nvram)
-{
-    commands.add("nvram set", "NAME VALUE   put an entry into the device's memory", [&nvram](Args& args) {
-        return entry_command(args, [&nvram](const auto& name, const auto& value) { nvram.set(name, value); });
-    });
-    commands.add("nvram flash", "NAME VALUE   put an entry into the device's flash", [&nvram](Args& args) {
-        return entry_command(args, [&nvram](const auto& name, const auto& value) { nvram.set_flash(name, value); });
-    });
-    commands.add_switch("nvram missing", "on|off   take the device away",
-                        [&nvram](bool missing) { nvram.set_present(!missing); });
-    commands.add("nvram refuse", "get|set|empty|commit|load|load-file|list|all|none   refuse only these requests",
-                 [&nvram](Args& args) { return refuse_command(nvram, args); });
-    commands.add_action("nvram power-cut", "  lose what was not committed", [&nvram] { nvram.power_cut(); });
-    commands.add_show("nvram", [&nvram] { return describe_nvram(nvram); });
 }
 
 } // namespace emu

@@ -21,6 +21,12 @@ public:
     explicit NvramDevice(const RootFs& root) : root_(root) {}
 
     using Store = std::map<std::string, std::string>;
+    /** Bytes of a record's name and value, the closing 0 included. */
+    static constexpr size_t NAME_SIZE = 64, VALUE_SIZE = 128;
+    /** Whether an entry keeps its meaning as a line of the flash file. */
+    static bool storable(std::string_view name, std::string_view value);
+    /** Entries as such lines. */
+    static std::string as_text(const Store& store);
 
     /** Whether the device node is there. */
     bool present() const { return present_; }

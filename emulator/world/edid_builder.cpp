@@ -1,25 +1,15 @@
 #include "emulator/world/edid_builder.h"
 
+#include "emulator/world/formats.h"
+
 #include <algorithm>
 #include <array>
 #include <cassert>
 #include <numeric>
+#include <stdexcept>
+#include <string>
 
 namespace emu {
-
-// clang-format off
-//                                   kHz   active blank front sync   active blank front sync  polarities, interlaced
-const EdidTiming TIMING_480P60    { 27000,   720,  138,   16,   62,    480,   45,    9,   6,  false, false, false};
-const EdidTiming TIMING_576P50    { 27000,   720,  144,   12,   64,    576,   49,    5,   5,  false, false, false};
-const EdidTiming TIMING_720P60    { 74250,  1280,  370,  110,   40,    720,   30,    5,   5,  true,  true,  false};
-const EdidTiming TIMING_720P50    { 74250,  1280,  700,  440,   40,    720,   30,    5,   5,  true,  true,  false};
-const EdidTiming TIMING_1080I60   { 74250,  1920,  280,   88,   44,    540,   22,    2,   5,  true,  true,  true};
-const EdidTiming TIMING_1080P60   {148500,  1920,  280,   88,   44,   1080,   45,    4,   5,  true,  true,  false};
-const EdidTiming TIMING_1080P50   {148500,  1920,  720,  528,   44,   1080,   45,    4,   5,  true,  true,  false};
-const EdidTiming TIMING_1024X768  { 65000,  1024,  320,   24,  136,    768,   38,    3,   6,  false, false, false};
-const EdidTiming TIMING_1280X800  { 71000,  1280,  160,   48,   32,    800,   23,    3,   6,  true,  false, false};
-const EdidTiming TIMING_1280X1024 {108000,  1280,  408,   48,  112,   1024,   42,    1,   3,  true,  true,  false};
-// clang-format on
 
 namespace {
 
@@ -126,6 +116,25 @@ EdidBytes data_block(uint8_t tag, std::initializer_list<uint8_t> payload, std::i
 }
 
 } // namespace
+
+EdidTiming edid_timing(std::string_view format)
+{
+    const std::optional<Format> found = find_format(format);
+    if (!found) throw std::invalid_argument("no format " + std::string(format));
+    const Format& f = *found;
+    return {.clock_khz = f.clock_khz,
+            .h_active = f.h_active,
+            .h_blank = static_cast<uint16_t>(f.h_front + f.h_sync + f.h_back),
+            .h_front = f.h_front,
+            .h_sync = f.h_sync,
+            .v_active = f.v_active,
+            .v_blank = static_cast<uint16_t>(f.v_front + f.v_sync + f.v_back),
+            .v_front = f.v_front,
+            .v_sync = f.v_sync,
+            .h_positive = f.h_positive,
+            .v_positive = f.v_positive,
+            .interlaced = f.interlaced};
+}
 
 void edid_fix_checksum(EdidImage& image, size_t block)
 {

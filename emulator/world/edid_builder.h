@@ -25,9 +25,8 @@ struct EdidTiming {
     bool h_positive, v_positive, interlaced;
 };
 
-/** CTA-861 and VESA DMT timings. */
-extern const EdidTiming TIMING_480P60, TIMING_576P50, TIMING_720P60, TIMING_720P50, TIMING_1080I60, TIMING_1080P60,
-    TIMING_1080P50, TIMING_1024X768, TIMING_1280X800, TIMING_1280X1024;
+/** The timing of a format by its name; throws std::invalid_argument for one that has none. */
+EdidTiming edid_timing(std::string_view format);
 
 /** What a display's base block says, in structure 1.3, which HDMI asks for. */
 struct EdidBase {

@@ -35,8 +35,8 @@ EdidBase tv_base(std::string_view name, uint16_t product)
             .product = product,
             .width_cm = 93,
             .height_cm = 52,
-            .preferred = TIMING_1080P60,
-            .second = TIMING_720P60,
+            .preferred = edid_timing("1080p60"),
+            .second = edid_timing("720p60"),
             .v_low_hz = 49,
             .max_clock_10mhz = 15};
 }
@@ -48,8 +48,8 @@ EdidImage dvi()
                      .width_cm = 38,
                      .height_cm = 30,
                      .established = {0x21, 0x08}, // 640x480, 800x600, 1024x768, all at 60 Hz
-                     .preferred = TIMING_1280X1024,
-                     .second = TIMING_1024X768,
+                     .preferred = edid_timing("dmt-1280x1024-60"),
+                     .second = edid_timing("dmt-1024x768-60"),
                      .h_low_khz = 30,
                      .h_high_khz = 80,
                      .max_clock_10mhz = 11};
@@ -64,7 +64,7 @@ EdidImage tv()
                            cta_audio({0x09, 0x07, 0x07, 0x15, 0x07, 0x50}), cta_speakers(SPEAKERS_5_1),
                            cta_hdmi({0x10, 0x00, 0x38, 0x2D}), cta_capability(RGB_AND_YUV_RANGE_SELECTABLE),
                            cta_colorimetry(XVYCC)},
-                          {TIMING_1080I60, TIMING_480P60}, 930, 520)});
+                          {edid_timing("1080i60"), edid_timing("480p60")}, 930, 520)});
 }
 
 /** A TV that differs from others in the colour and audio flags of its extension. */
@@ -76,17 +76,17 @@ EdidImage plain_tv(std::string_view name, uint16_t product, uint8_t flags)
     return join({edid_base(tv_base(name, product), 1), edid_cta(3, static_cast<uint8_t>(flags | UNDERSCAN),
                                                                 {cta_video({NATIVE | 16, 4, 3, 2, 1}), sound, speakers,
                                                                  cta_hdmi({0x20, 0x00}), cta_capability(range)},
-                                                                {TIMING_480P60}, 930, 520)});
+                                                                {edid_timing("480p60")}, 930, 520)});
 }
 
 /** An early HDMI-socket panel: its extension lists timings and nothing else. */
 EdidImage rev1()
 {
     EdidBase base = tv_base("Emu Panel 1", 0x0101);
-    base.preferred = TIMING_720P60;
-    base.second = TIMING_480P60;
+    base.preferred = edid_timing("720p60");
+    base.second = edid_timing("480p60");
     base.max_clock_10mhz = 8;
-    return join({edid_base(base, 1), edid_cta(1, 0, {}, {TIMING_720P50, TIMING_576P50}, 930, 520)});
+    return join({edid_base(base, 1), edid_cta(1, 0, {}, {edid_timing("720p50"), edid_timing("576p50")}, 930, 520)});
 }
 
 EdidImage hdmi_extension()
@@ -94,14 +94,14 @@ EdidImage hdmi_extension()
     return edid_cta(3, UNDERSCAN | BASIC_AUDIO | YUV444 | YUV422,
                     {cta_video({NATIVE | 16, 31, 4, 19, 3, 18, 2, 17, 1}), stereo_pcm(), cta_speakers(FRONT_SPEAKERS),
                      cta_hdmi({0x30, 0x00, 0x00, 0x2D}), cta_capability(RGB_AND_YUV_RANGE_SELECTABLE)},
-                    {TIMING_1080I60}, 930, 520);
+                    {edid_timing("1080i60")}, 930, 520);
 }
 
 /** A second extension that adds timings to the first one. */
 EdidImage timings_extension()
 {
-    return edid_cta(3, UNDERSCAN | BASIC_AUDIO | YUV444 | YUV422, {cta_video({20, 5})}, {TIMING_1080P50, TIMING_720P50},
-                    930, 520);
+    return edid_cta(3, UNDERSCAN | BASIC_AUDIO | YUV444 | YUV422, {cta_video({20, 5})},
+                    {edid_timing("1080p50"), edid_timing("720p50")}, 930, 520);
 }
 
 EdidImage two_cea()
@@ -113,7 +113,8 @@ EdidImage two_cea()
 EdidImage five_blocks()
 {
     return join({edid_base(tv_base("Emu Studio 32", 0x3201), 4), edid_block_map({TAG_CTA, TAG_CTA, TAG_TIMINGS}),
-                 hdmi_extension(), timings_extension(), edid_timing_extension({TIMING_1280X1024}, 930, 520)});
+                 hdmi_extension(), timings_extension(),
+                 edid_timing_extension({edid_timing("dmt-1280x1024-60")}, 930, 520)});
 }
 
 /** A projector has no picture size of its own, and no loudspeakers worth the name. */
@@ -124,8 +125,8 @@ EdidImage projector()
                      .width_cm = 0,
                      .height_cm = 0,
                      .established = {0x21, 0x08},
-                     .preferred = TIMING_1280X800,
-                     .second = TIMING_1024X768,
+                     .preferred = edid_timing("dmt-1280x800-60rb"),
+                     .second = edid_timing("dmt-1024x768-60"),
                      .v_low_hz = 49,
                      .v_high_hz = 85,
                      .h_high_khz = 92,
@@ -134,7 +135,7 @@ EdidImage projector()
                  edid_cta(3, UNDERSCAN | BASIC_AUDIO | YUV444 | YUV422,
                           {cta_video({4, 19, 16, 31, 3, 18, 2, 17, 1}), stereo_pcm(), cta_speakers(FRONT_SPEAKERS),
                            cta_hdmi({0x10, 0x00}), cta_capability(RGB_AND_YUV_RANGE_SELECTABLE)},
-                          {TIMING_720P60})});
+                          {edid_timing("720p60")})});
 }
 
 EdidImage bad_sum()

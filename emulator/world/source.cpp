@@ -1,5 +1,7 @@
 #include "emulator/world/source.h"
 
+#include "emulator/world/iec60958.h"
+
 #include <algorithm>
 #include <cstdio>
 
@@ -41,40 +43,12 @@ uint8_t AudioSignal::lines() const
     return static_cast<uint8_t>(0x1 | line_1 | ALLOCATION_LINES[allocation >> 2 & 7]);
 }
 
-uint8_t AudioSignal::rate_code() const
-{
-    static constexpr struct {
-        uint32_t rate_hz;
-        uint8_t code;
-    } CODES[] = {{44100, 0}, {48000, 2},  {32000, 3},  {22050, 4},   {24000, 6},
-                 {88200, 8}, {768000, 9}, {96000, 10}, {176400, 12}, {192000, 14}};
-    for (const auto& row : CODES)
-        if (row.rate_hz == rate_hz) return row.code;
-    return 1; // "not indicated"
-}
-
-static uint8_t word_length_code(uint8_t bits)
-{
-    switch (bits) { // bit 0: of at most 24 bits; else of at most 20
-    case 16: return 0x2;
-    case 17: return 0xC;
-    case 18: return 0x4;
-    case 19: return 0x8;
-    case 20: return 0xA;
-    case 21: return 0xD;
-    case 22: return 0x5;
-    case 23: return 0x9;
-    case 24: return 0xB;
-    default: return 0x0; // "not indicated"
-    }
-}
-
 std::array<uint8_t, 5> AudioSignal::channel_status() const
 {
     constexpr uint8_t NOT_PCM = 0x02, NO_COPYRIGHT = 0x04;
     const bool pcm = kind == AudioKind::Lpcm;
     return {static_cast<uint8_t>(pcm ? NO_COPYRIGHT : NO_COPYRIGHT | NOT_PCM), 0x00,
-            static_cast<uint8_t>(channel_number << 4), rate_code(), word_length_code(word_bits)};
+            static_cast<uint8_t>(channel_number << 4), sampling_code_of(rate_hz), word_length_code_of(word_bits)};
 }
 
 double Signal::link_clock_khz() const

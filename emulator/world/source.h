@@ -41,8 +41,6 @@ struct AudioSignal {
     uint8_t lines() const;
     /** Layout 1: samples on more than the first line. */
     bool is_layout_1() const { return lines() != 0x01; }
-    /** Sampling-frequency code of IEC 60958's channel status. */
-    uint8_t rate_code() const;
     /** Channel-status bytes 0 to 4 of IEC 60958. */
     std::array<uint8_t, 5> channel_status() const;
 };

@@ -1,4 +1,5 @@
 #include "emulator/commands/commands.h"
+#include "emulator/world/iec60958.h"
 #include "emulator/world/source.h"
 
 #include <cctype>
@@ -40,8 +41,7 @@ bool number_follows(const Args& args)
 uint32_t take_rate(Args& args)
 {
     const auto rate = static_cast<uint32_t>(args.number("a sampling rate in Hz", 0, 768'000));
-    AudioSignal known{.rate_hz = rate};
-    if (rate != 0 && known.rate_code() == 1) args.refuse("no IEC 60958 sampling rate");
+    if (rate != 0 && sampling_code_of(rate) == SAMPLING_CODE_NOT_INDICATED) args.refuse("no IEC 60958 sampling rate");
     return rate;
 }
 

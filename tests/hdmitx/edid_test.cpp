@@ -227,7 +227,7 @@ TEST(Edid, BlocksAreReadByCountAndTheImageHoldsTheLastOne)
     const emu::EdidBytes none = emu::edid_cta(3, 0x40, {emu::cta_video({1})}, {});
     const emu::EdidBytes hdmi = emu::edid_cta(3, 0x60, {emu::cta_video({2}), emu::cta_hdmi({0x10, 0})}, {});
     const emu::EdidBytes other = emu::edid_cta(3, 0x10, {{0x63, 0xD8, 0x5D, 0xC4}, emu::cta_video({3})}, {});
-    const emu::EdidBytes old = emu::edid_cta(1, 0, {}, {emu::TIMING_720P60});
+    const emu::EdidBytes old = emu::edid_cta(1, 0, {}, {emu::edid_timing("720p60")});
     const struct {
         const char* what;
         emu::EdidImage edid;
