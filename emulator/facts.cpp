@@ -115,7 +115,7 @@ Json output_facts(const TransmitterChip& chip)
 
 Json frame_facts(const ReceivedFrame& frame)
 {
-    return {{"sent", frame.sent}, {"checksum_right", frame.checksum_right}};
+    return {{"sent", frame.sent}, {"checksum_right", frame.checksum_right()}};
 }
 
 Json avi_facts(const AviFrame& avi)

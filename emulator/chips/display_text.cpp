@@ -61,7 +61,7 @@ std::string name_of(const Matrix& matrix)
 
 std::string frame_state(const ReceivedFrame& frame)
 {
-    return !frame.sent ? "not sent" : frame.checksum_right ? "checksum right" : "CHECKSUM WRONG";
+    return !frame.sent ? "not sent" : frame.checksum_right() ? "checksum right" : "CHECKSUM WRONG";
 }
 
 std::string avi_text(const AviFrame& avi)
@@ -76,7 +76,7 @@ std::string avi_text(const AviFrame& avi)
 std::string audio_text(const ReceivedFrame& audio)
 {
     std::string text = frame_state(audio);
-    const unsigned count = audio.data[1] & 0x07;
+    const unsigned count = audio.body[1] & 0x07;
     if (audio.sent) text += count == 0 ? ", channels as in the stream" : format(", %u channels", count + 1);
     return text;
 }

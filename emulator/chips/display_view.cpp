@@ -4,8 +4,6 @@
 #include "emulator/world/iec60958.h"
 
 #include <algorithm>
-#include <bit>
-#include <cmath>
 #include <numeric>
 
 namespace emu {
@@ -13,50 +11,6 @@ namespace emu {
 namespace {
 
 using namespace tx;
-
-// ---------------------------------------------------------------- matrix
-
-/** Nine coefficients in register order, in units of 1/2048, and what is added in front of or behind them. */
-struct MatrixFigures {
-    std::array<double, 9> coefficients{};
-    std::array<uint8_t, 3> offsets{};
-};
-
-/** A converter's figures out of the luma weights of red and blue that a standard gives. */
-MatrixFigures expected_figures(const Matrix& matrix)
-{
-    const double red = matrix.itu709 ? 0.2126 : 0.299, blue = matrix.itu709 ? 0.0722 : 0.114;
-    const double green = 1 - red - blue;
-    constexpr double levels = 219, chroma_levels = 224; // of 8-bit video
-    const double rgb_levels = matrix.limited ? levels : 255;
-    if (matrix.kind == MatrixKind::RgbToYuv) {
-        // Rows Y, Cr, Cb over columns G, R, B.
-        const double y = levels / rgb_levels, c = chroma_levels / rgb_levels / 2;
-        const double cr = c / (1 - red), cb = c / (1 - blue);
-        const uint8_t black = matrix.limited ? 0x00 : 0x10;
-        return {{y * green, y * red, y * blue, -cr * green, cr * (1 - red), -cr * blue, -cb * green, -cb * red,
-                 cb * (1 - blue)},
-                {black, 0x80, black}};
-    }
-    // Rows G, R, B over columns Y, Cr, Cb.
-    const double y = rgb_levels / levels, c = 2 * rgb_levels / chroma_levels;
-    const double cr = c * (1 - red), cb = c * (1 - blue);
-    // Black of 16 is taken off behind the multiplication: 16 x 255/219 in units of 1/64, high byte first.
-    const uint8_t high = matrix.limited ? 0x00 : 0x04, low = matrix.limited ? 0x00 : 0xA7;
-    return {{y, -cr * red / green, -cb * blue / green, y, cr, 0, y, 0, cb}, {high, 0x00, low}};
-}
-
-bool fits(const std::array<uint8_t, 21>& bytes, const MatrixFigures& expected)
-{
-    constexpr double one = 2048, rounding = 6; // chip makers' tables differ from the exact figures by that much
-    if (!std::equal(expected.offsets.begin(), expected.offsets.end(), bytes.begin())) return false;
-    for (size_t i = 0; i < expected.coefficients.size(); ++i) {
-        int value = bytes[3 + 2 * i] | (bytes[4 + 2 * i] & 0x3F) << 8;
-        if (value >= 0x2000) value -= 0x4000; // 14 bits, two's complement
-        if (std::abs(value - expected.coefficients[i] * one) > rounding) return false;
-    }
-    return true;
-}
 
 // ---------------------------------------------------------------- signal and picture
 
@@ -122,7 +76,7 @@ OutputColour wire_colour(const DisplayView& view, const TransmitterOutput& out)
 /** What the display takes the colours for. */
 OutputColour assumed_colour(const DisplayView& view)
 {
-    const bool told = view.signal == OutputSignal::Hdmi && view.avi.sent && view.avi.checksum_right;
+    const bool told = view.signal == OutputSignal::Hdmi && view.avi.sent && view.avi.checksum_right();
     return told ? view.avi.colour() : OutputColour::Rgb;
 }
 
@@ -163,12 +117,6 @@ void judge_picture(DisplayView& view, const TransmitterOutput& out)
 
 // ---------------------------------------------------------------- info frames
 
-void check_frame(ReceivedFrame& frame, uint8_t type, uint8_t version, uint8_t length)
-{
-    const unsigned header = 0u + type + version + length;
-    frame.checksum_right = (std::accumulate(frame.data.begin(), frame.data.end(), header) & 0xFF) == 0;
-}
-
 bool sends(const TransmitterOutput& out, uint8_t control, OutputSignal signal)
 {
     return signal == OutputSignal::Hdmi && (out.bank0[control] & SEND) != 0;
@@ -176,36 +124,31 @@ bool sends(const TransmitterOutput& out, uint8_t control, OutputSignal signal)
 
 AviFrame avi_frame(const TransmitterOutput& out, OutputSignal signal)
 {
-    AviFrame frame;
-    frame.sent = sends(out, REG_SEND_AVI, signal);
+    AviFrame frame{{{.type = FRAME_AVI, .version = 2, .length = 13}, sends(out, REG_SEND_AVI, signal)}};
     const auto first = out.bank1.begin() + REG_AVI;
-    std::copy_n(first, 5, frame.data.begin() + 1);
-    frame.data[0] = first[5];
-    std::copy_n(first + 6, 8, frame.data.begin() + 6);
-    check_frame(frame, 0x82, 2, 13);
+    std::copy_n(first, 5, frame.body.begin() + 1);
+    frame.body[0] = first[5];
+    std::copy_n(first + 6, 8, frame.body.begin() + 6);
     return frame;
 }
 
 ReceivedFrame audio_frame(const TransmitterOutput& out, OutputSignal signal)
 {
-    ReceivedFrame frame;
-    frame.sent = sends(out, REG_SEND_AUDIO, signal);
+    ReceivedFrame frame{{.type = FRAME_AUDIO, .version = 1, .length = 10}, sends(out, REG_SEND_AUDIO, signal)};
     const auto first = out.bank1.begin() + REG_AUDIO_FRAME;
-    std::copy_n(first, 5, frame.data.begin() + 1);
-    frame.data[0] = first[5];
-    check_frame(frame, 0x84, 1, 10);
+    std::copy_n(first, 5, frame.body.begin() + 1);
+    frame.body[0] = first[5];
     return frame;
 }
 
 /** HDMI's vendor frame: its identifier, the format, the 3D structure and, for half-size structures, their kind. */
 ReceivedFrame vendor_frame(const TransmitterOutput& out, OutputSignal signal)
 {
-    ReceivedFrame frame;
-    frame.sent = sends(out, REG_SEND_VENDOR, signal);
     const auto first = out.bank1.begin() + REG_VENDOR_FRAME;
     const bool half_size = first[1] > 0x7F;
-    frame.data = {first[3], 0x03, 0x0C, 0x00, first[0], first[1], half_size ? first[2] : uint8_t{0}};
-    check_frame(frame, 0x81, 1, half_size ? 6 : 5);
+    const uint8_t length = half_size ? 6 : 5;
+    ReceivedFrame frame{{.type = FRAME_VENDOR, .version = 1, .length = length}, sends(out, REG_SEND_VENDOR, signal)};
+    frame.body = {first[3], 0x03, 0x0C, 0x00, first[0], first[1], half_size ? first[2] : uint8_t{0}};
     return frame;
 }
 
@@ -252,7 +195,7 @@ Sound sound_of(const DisplayView& view, const TransmitterOutput& out)
     sound.status = channel_status(out.bank1);
     regenerate_clock(sound, out);
     const bool fed = !sound.held && !sound.broken && sound.channels > 0 && !sound.spdif;
-    const bool told = view.audio.sent && view.audio.checksum_right;
+    const bool told = view.audio.sent && view.audio.checksum_right();
     // A display judges the rate by the clock it regenerates; 1 % is far outside what its converter follows.
     const uint32_t rate = sound.status.rate_hz;
     const bool in_step = rate != 0 && sound.heard_rate_hz >= rate / 100 * 99 && sound.heard_rate_hz <= rate / 100 * 101;
@@ -269,20 +212,9 @@ uint8_t depth_bits(const TransmitterOutput& out)
 
 } // namespace
 
-Matrix recognise_matrix(const std::array<uint8_t, 21>& bytes)
-{
-    for (MatrixKind kind : {MatrixKind::RgbToYuv, MatrixKind::YuvToRgb})
-        for (bool itu709 : {false, true})
-            for (bool limited : {false, true}) {
-                const Matrix matrix{kind, itu709, limited};
-                if (fits(bytes, expected_figures(matrix))) return matrix;
-            }
-    return {.kind = MatrixKind::Unknown};
-}
-
 OutputColour AviFrame::colour() const
 {
-    const unsigned y = data[1] >> 5 & 0x03;
+    const unsigned y = body[1] >> 5 & 0x03;
     return y == 1 ? OutputColour::Yuv422 : y == 2 ? OutputColour::Yuv444 : OutputColour::Rgb;
 }
 

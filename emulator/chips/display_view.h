@@ -5,7 +5,9 @@
  */
 #pragma once
 
+#include "emulator/chips/matrix.h"
 #include "emulator/world/display.h"
+#include "emulator/world/info_frames.h"
 
 #include <array>
 #include <cstdint>
@@ -27,32 +29,18 @@ enum class Picture : uint8_t {
     Good,
 };
 
-enum class MatrixKind : uint8_t { None, Unknown, RgbToYuv, YuvToRgb };
-
-/** A colour converter matrix, recognised by its coefficients. */
-struct Matrix {
-    MatrixKind kind = MatrixKind::None;
-    bool itu709 = false;  ///< else ITU601
-    bool limited = false; ///< both sides in 16 to 235; else RGB fills 0 to 255
-    bool operator==(const Matrix&) const = default;
-};
-
-/** Recognise the 21 bytes of a matrix. */
-Matrix recognise_matrix(const std::array<uint8_t, 21>& bytes);
-
-/** An info frame that arrives; `checksum_right` as the display works it out. */
-struct ReceivedFrame {
+/** An info frame that arrives. */
+struct ReceivedFrame : InfoFrame {
     bool sent = false;
-    bool checksum_right = false;
-    std::array<uint8_t, 14> data{}; ///< data bytes by their number in CTA-861; [0] is the checksum
+    bool checksum_right() const { return sum() == 0; } ///< as the display works it out
 };
 
 struct AviFrame : ReceivedFrame {
     OutputColour colour() const; ///< Y1 Y0; the reserved value counts as RGB
-    bool itu709() const { return data[2] >> 6 == 2; }
-    bool wide() const { return (data[2] >> 4 & 0x03) == 2; } ///< picture of 16:9
-    uint8_t vic() const { return data[4] & 0x7F; }
-    uint8_t repetition() const { return data[5] & 0x0F; }
+    bool itu709() const { return body[2] >> 6 == 2; }
+    bool wide() const { return (body[2] >> 4 & 0x03) == 2; } ///< picture of 16:9
+    uint8_t vic() const { return body[4] & 0x7F; }
+    uint8_t repetition() const { return body[5] & 0x0F; }
 };
 
 struct ChannelStatus {

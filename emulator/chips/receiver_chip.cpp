@@ -1,5 +1,6 @@
 #include "emulator/chips/receiver_chip.h"
 
+#include "emulator/chips/matrix.h"
 #include "emulator/world/iec60958.h"
 
 #include <algorithm>
@@ -393,6 +394,47 @@ bool ReceiverChip::lets_video_out() const
 bool ReceiverChip::lets_audio_out() const
 {
     return (registers_[REG_AUDIO] & AUDIO_PRESENT) != 0 && (registers_[REG_OUTPUT] & OUTPUT_AUDIO_OFF) == 0;
+}
+
+std::string ReceiverChip::conversion() const
+{
+    if (converter() == Converter::None) return "none";
+    if (converter() == Converter::Undefined) return "undefined";
+    const bool to_yuv = converter() == Converter::RgbToYuv;
+    const Matrix matrix = recognise_coefficients(std::span(registers_).subspan<REG_MATRIX, 18>());
+    if (matrix.kind != (to_yuv ? MatrixKind::RgbToYuv : MatrixKind::YuvToRgb)) return "unknown matrix";
+    return std::string(to_yuv ? "RGB to YUV, " : "YUV to RGB, ") + (matrix.itu709 ? "BT.709, " : "BT.601, ") +
+           (matrix.limited ? "16-235" : "0-255");
+}
+
+std::optional<ReceiverChip::Measured> ReceiverChip::measured() const
+{
+    if (!measured_) return std::nullopt;
+    const bool interlaced = (registers_[REG_TIMING] & 0x02) != 0;
+    const Format& f = signal()->format;
+    return Measured{hdmi_, f.h_active, interlaced ? f.v_active * 2u : f.v_active, interlaced};
+}
+
+std::string ReceiverChip::Measured::text() const
+{
+    return (hdmi ? "HDMI " : "DVI ") + std::to_string(width) + "x" + std::to_string(height) + (interlaced ? "i" : "p");
+}
+
+std::string ReceiverChip::describe() const
+{
+    std::string text;
+    for (const Source* source : sources_)
+        text += "port " + std::to_string(source->port()) + ": " + source->describe() +
+                (source->terminated() ? "" : "; terminators off") + "\n";
+    text += "receiver: " + (selected_ < 0 ? std::string("no port") : "port " + std::to_string(selected_)) + ", ";
+    if (const auto picture = measured(); picture)
+        text += picture->text();
+    else
+        text += locked_ ? "in sync, not measured yet" : "no sync";
+    text += mute_received() ? ", AV mute received\n" : "\n";
+    text += std::string("picture ") + (lets_video_out() ? "let out" : "held back") + ", sound " +
+            (lets_audio_out() ? "let out" : "held back") + ", conversion: " + conversion() + "\n";
+    return text;
 }
 
 } // namespace emu

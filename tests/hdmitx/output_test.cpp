@@ -47,7 +47,7 @@ TEST(HotPlug, EveryDisplayGetsThePictureAndSoundThatItTakes)
         EXPECT_EQ(seen.matrix, d.matrix ? (emu::Matrix{emu::MatrixKind::YuvToRgb, false, false}) : emu::Matrix{});
         EXPECT_EQ(seen.afe_range, emu::AfeRange::Low);
         EXPECT_EQ(seen.avi.sent, hdmi);
-        EXPECT_TRUE(!hdmi || (seen.avi.checksum_right && seen.avi.data[1] == d.avi_1 && seen.avi.data[2] == 0x58));
+        EXPECT_TRUE(!hdmi || (seen.avi.checksum_right() && seen.avi.body[1] == d.avi_1 && seen.avi.body[2] == 0x58));
         EXPECT_EQ(seen.sound.plays, d.sound);
         EXPECT_EQ(seen.sound.held, !hdmi || !d.sound);
         EXPECT_FALSE(seen.vendor.sent);
@@ -212,9 +212,9 @@ TEST(VideoOptions, ClockDecidesTheFrontEndAndTheVicReachesTheDisplay)
         EXPECT_NE(run_once().find("Mode change"), std::string::npos);
         const emu::AviFrame avi = chip().view().avi;
         EXPECT_EQ(chip().view().afe_range, o.range);
-        EXPECT_TRUE(avi.checksum_right);
+        EXPECT_TRUE(avi.checksum_right());
         EXPECT_EQ(avi.colour(), o.colour);
-        EXPECT_EQ(int{avi.data[2]}, int{o.avi_2});
+        EXPECT_EQ(int{avi.body[2]}, int{o.avi_2});
         EXPECT_EQ(avi.vic(), o.sent_vic);
         EXPECT_EQ(avi.repetition(), o.repetition);
     }
