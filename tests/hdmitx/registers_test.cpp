@@ -1,59 +1,145 @@
 #include "hdmitx/access.h"
 #include "hdmitx/color_converter.h"
+#include "hdmitx/power.h"
 #include "hdmitx/state.h"
-#include "hdmitx/tables.h"
 #include "hdmitx/video_output.h"
 #include "tests/hdmitx/output_bench.h"
 
-#include <span>
+#include <array>
+#include <cstdio>
+#include <string>
+#include <string_view>
 
 using namespace capd;
 using namespace output_bench;
 
 namespace {
 
-uint32_t checksum(std::span<const uint8_t> bytes, uint32_t sum = 0)
+/** Write a value to registers of a bank, those behind the lock as well. */
+void fill(int bank, uint8_t first, size_t count, uint8_t value)
 {
-    for (uint8_t byte : bytes) sum = sum * 31 + byte;
-    return sum;
+    hdmitx_WriteReg(0xF8, 0x6E);
+    hdmitx_WriteReg(0xF8, 0xB7);
+    hdmitx_SwitchBank(static_cast<uint8_t>(bank));
+    for (size_t reg = first; reg < first + count; ++reg) {
+        const bool is_bank = reg == 0x0F; // the fill must not switch it
+        hdmitx_WriteReg(static_cast<uint8_t>(reg), is_bank ? value & 0xFE : value);
+    }
+    hdmitx_SwitchBank(0);
+    hdmitx_WriteReg(0xF8, 0xFF);
+}
+
+/** Registers in hexadecimal, as a dump shows them. */
+std::string held(int bank, uint8_t first, size_t count)
+{
+    std::string text;
+    for (size_t reg = first; reg < first + count; ++reg) {
+        char byte[8];
+        std::snprintf(byte, sizeof byte, "%s%02X", text.empty() ? "" : " ",
+                      chip().peek(bank, static_cast<uint8_t>(reg)));
+        text += byte;
+    }
+    return text;
+}
+
+size_t bytes_in(std::string_view text)
+{
+    return (text.size() + 1) / 3;
 }
 
 } // namespace
 
-// Catches: a row or byte of a table that changed, went missing or moved. The sums were worked out from the chip's
-// description, not from these tables.
-TEST(TransmitterTables, EveryRowIsAsTheChipWantsIt)
+// Catches: a row of the start-up tables that changed, went missing or has another mask: what stood in the bits outside
+// the masks before is still there, be it zeros or ones. The chip keeps six bits of 0x04, seven of 0x0F, two of 0xCD.
+TEST(TransmitterStart, EveryRegisterHoldsItsStartValueAndKeepsTheOtherBits)
 {
     static constexpr struct {
-        const char* what;
-        const HdmitxRegRow* table;
-        size_t rows;
-        uint32_t sum;
-    } tables[] = {
-        {"init", TX_TABLE_INIT, 31, 0x0fbbcbc3},
-        {"converter", TX_TABLE_CONVERTER, 25, 0x5d27cbd1},
-        {"general", TX_TABLE_GENERAL, 3, 0x19a08405},
-        {"AVI info frame", TX_TABLE_AVI_INFO_FRAME, 17, 0x5d2a45e4},
-        {"audio info frame", TX_TABLE_AUDIO_INFO_FRAME, 9, 0xf37a48c3},
-        {"audio packets", TX_TABLE_AUDIO_PACKETS, 11, 0xd053fb46},
-        {"audio interface", TX_TABLE_AUDIO_INTERFACE, 9, 0x369886db},
-        {"power on", TX_TABLE_POWER_ON, 9, 0xdea019ae},
-        {"power down", TX_TABLE_POWER_DOWN, 10, 0x2f13af44},
+        int bank;
+        uint8_t first;
+        const char *over_zeros, *over_ones;
+    } runs[] = {
+        {0, 0x04, "21 40", "23 7F"},
+        {0, 0x09, "FC", "FC"},
+        {0, 0x0B, "F7 00 00", "F7 00 00"},
+        {0, 0x0F, "08", "2E"},
+        {0, 0x20, "00", "7F"},
+        {0, 0x37, "00", "FE"},
+        {0, 0x59, "40", "67"},
+        {0, 0x62, "00", "F7"},
+        {0, 0x64, "00 00", "FB FC"},
+        {0, 0x70, "00 18 02 00 80 00 B8 05 B4 01 93 00 49 3C 18 04 9F 3F D9 3C 10 3F 18 04",
+         "00 1B 02 00 80 00 B8 05 B4 01 93 00 49 3C 18 04 9F 3F D9 3C 10 3F 18 04"},
+        {0, 0x8D, "9C", "9C"},
+        {0, 0xC0, "01 03", "FF FF"},
+        {0, 0xC6, "03", "FF"},
+        {0, 0xCD, "03 03", "03 03"},
+        {0, 0xD1, "0C", "FD"},
+        {0, 0xE0, "D1 01 E4 10 00 00", "D1 01 E4 10 00 00"},
+        {1, 0x33, "00 18 00", "00 18 00"},
+        {1, 0x58, "10 08 00 00 00 57 00 00 00 00 00 00 00 00", "10 08 00 00 00 57 00 00 00 00 00 00 00 00"},
+        {1, 0x68, "00 00 00 00 00 71", "00 00 00 00 00 71"},
+        {1, 0x91, "00 00 01 00", "00 00 01 00"},
+        {1, 0x98, "02 DA", "02 DA"},
     };
-    for (const auto& t : tables) {
-        SCOPED_TRACE(t.what);
-        size_t rows = 0;
-        uint32_t sum = 0;
-        for (const HdmitxRegRow* row = t.table; row->reg != 0 || row->mask != 0 || row->value != 0; ++row, ++rows)
-            sum = checksum(std::array{row->reg, row->mask, row->value}, sum);
-        EXPECT_EQ(rows, t.rows);
-        EXPECT_EQ(sum, t.sum);
+    for (const bool ones : {false, true}) {
+        quietly([&] {
+            for (const auto& run : runs) fill(run.bank, run.first, bytes_in(run.over_zeros), ones ? 0xFF : 0x00);
+            hdmitx_init();
+        });
+        for (const auto& run : runs)
+            EXPECT_EQ(held(run.bank, run.first, bytes_in(run.over_zeros)), ones ? run.over_ones : run.over_zeros)
+                << "bank " << run.bank << " from 0x" << std::hex << int{run.first} << " on, "
+                << emu::TransmitterChip::register_name(run.bank, run.first) << (ones ? ", over ones" : ", over zeros");
     }
-    static constexpr uint32_t to_yuv[] = {0x09613303, 0x46668002, 0x9154fec4, 0x977e6904};
-    static constexpr uint32_t to_rgb[] = {0xf1fe276a, 0x78dde04b, 0xa0469abc, 0x21c192fa};
-    for (size_t i = 0; i < 4; ++i) {
-        EXPECT_EQ(checksum(TX_RGB_TO_YUV[i]), to_yuv[i]) << i;
-        EXPECT_EQ(checksum(TX_YUV_TO_RGB[i]), to_rgb[i]) << i;
+}
+
+// Catches: a front end that is started or stopped in another order, which its clock does not survive.
+TEST(TransmitterPower, FrontEndIsStartedAndStoppedInItsOrder)
+{
+    static constexpr struct {
+        void (*step)();
+        uint8_t before;
+        const char* writes;
+    } rows[] = {
+        {hdmitx_PowerOn, 0x00, "0F=38 05=00 61=00 62=00 64=00 61=00 62=08 64=04 0F=18"},
+        {hdmitx_PowerOn, 0xFF, "0F=3E 05=FE 61=DF 62=BB 64=BF 61=CF 62=BB 64=BF 0F=1E"},
+        {hdmitx_PowerDown, 0x00, "0F=00 61=10 62=00 64=00 61=30 62=44 64=40 05=01 0F=40"},
+        {hdmitx_PowerDown, 0xFF, "0F=3E 61=FF 62=F7 64=FB 61=FF 62=F7 64=FB 05=FF 0F=7E"},
+    };
+    for (const auto& row : rows) {
+        quietly([&] {
+            for (const uint8_t reg : std::array<uint8_t, 5>{0x05, 0x0F, 0x61, 0x62, 0x64}) fill(0, reg, 1, row.before);
+        });
+        std::string writes;
+        for (const emu::Transfer& t : transfers_of(row.step)) {
+            char text[12];
+            std::snprintf(text, sizeof text, "%s%02X=%02X", writes.empty() ? "" : " ", t.reg, t.data[0]);
+            if (!t.is_read) writes += text;
+        }
+        EXPECT_EQ(writes, row.writes);
+    }
+}
+
+// Catches: a byte of a colour matrix that changed.
+TEST(ColourConverter, MatricesReachTheirRegistersUnchanged)
+{
+    // By [RGB to YUV, YUV to RGB][ITU601, ITU709][RGB fills 0 to 255, 16 to 235].
+    static constexpr const char* matrices[2][2][2] = {
+        {{"10 80 10 09 04 0E 02 C9 00 0F 3D 84 03 6D 3F AB 3D D1 3E 84 03",
+          "00 80 00 B2 04 65 02 E9 00 93 3C 18 04 55 3F 49 3D 9F 3E 18 04"},
+         {"10 80 10 EA 04 77 01 7F 00 D0 3C 83 03 AD 3F 4B 3D 32 3F 83 03",
+          "00 80 00 B8 05 B4 01 94 00 4A 3C 17 04 9F 3F D9 3C 10 3F 17 04"}},
+        {{"04 00 A7 4F 09 81 39 DD 3C 4F 09 C4 0C 01 00 4F 09 FD 3F 1F 10",
+          "00 00 00 00 08 6B 3A 50 3D 00 08 F5 0A 02 00 00 08 FD 3F DA 0D"},
+         {"04 00 A7 4F 09 BA 3B 4B 3E 4F 09 57 0E 02 00 4F 09 FE 3F E8 10",
+          "00 00 00 00 08 55 3C 88 3E 00 08 51 0C 00 00 00 08 00 00 84 0E"}},
+    };
+    quietly([] { hdmitx_init(); });
+    for (unsigned choice = 0; choice < 8; ++choice) {
+        const unsigned to_rgb = choice >> 2, itu709 = choice & 1, limited = choice >> 1 & 1;
+        const auto input = static_cast<uint8_t>((choice & 3) << 4 | (to_rgb != 0 ? 2 : 0));
+        quietly([&] { hdmitx_SetCSCScale(input, to_rgb != 0 ? 0 : 2); });
+        EXPECT_EQ(held(0, 0x73, 21), matrices[to_rgb][itu709][limited]) << choice;
     }
 }
 
