@@ -120,6 +120,11 @@ int hdmirx_get_height()
     return ReadVActive();
 }
 
+// Hz up to which a rate counts as 24, then as 30, and then as what it is; all above counts as 60.
+static constexpr int MOST_FOR_24 = 26;
+static constexpr int MOST_FOR_30 = 35;
+static constexpr int MOST_AS_MEASURED = 54;
+
 int hdmirx_get_frame_rate()
 {
     const uint8_t xcnt = ReadRxReg(REG_RX_XCNT);
@@ -128,7 +133,7 @@ int hdmirx_get_frame_rate()
     if (xcnt == 0 || htotal == 0 || vtotal == 0) return -1;
     const uint32_t centihertz = ((XCNT_CLOCK_KHZ / xcnt) * 1000 / htotal) * 100 / vtotal;
     const auto rate = static_cast<int>((uint64_t{centihertz} + 50) / 100); // to the nearest, halves upwards
-    return rate <= 26 ? 24 : rate <= 35 ? 30 : rate <= 54 ? rate : 60;
+    return rate <= MOST_FOR_24 ? 24 : rate <= MOST_FOR_30 ? 30 : rate <= MOST_AS_MEASURED ? rate : 60;
 }
 
 int hdmirx_debug(int port)

@@ -65,7 +65,7 @@ std::vector<emu::Transfer> transfers_of(Step step)
     const uint64_t before = bus.count();
     quietly(std::move(step));
     std::vector<emu::Transfer> made;
-    for (uint64_t age = bus.count() - before; age-- > 0;)
+    for (auto age = static_cast<size_t>(bus.count() - before); age-- > 0;)
         if (bus.last(age).device == TRANSMITTER) made.push_back(bus.last(age));
     return made;
 }

@@ -58,7 +58,7 @@ void Session::take_questions()
         std::memcpy(&message.header, in_.data() + used, sizeof message.header);
         gone_ = !plausible(message.header);
         if (gone_ || in_.size() - used < sizeof message.header + message.header.size) break;
-        const auto payload = in_.begin() + static_cast<ptrdiff_t>(used + sizeof message.header);
+        const auto* payload = in_.data() + used + sizeof message.header;
         message.payload.assign(payload, payload + message.header.size);
         used += sizeof message.header + message.header.size;
         answer(message);
