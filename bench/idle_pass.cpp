@@ -9,7 +9,9 @@
 #include <sys/time.h>
 #include <unistd.h>
 
-static void bare_passes(long passes)
+namespace {
+
+void bare_passes(long passes)
 {
     timeval now{};
     for (long i = 0; i < passes; ++i) {
@@ -19,11 +21,13 @@ static void bare_passes(long passes)
     }
 }
 
-static void loop_passes(long passes)
+void loop_passes(long passes)
 {
     capd::LoopTimers timers = capd::main_loop_timers();
     for (long i = 0; i < passes; ++i) capd::main_loop_pass(&timers);
 }
+
+} // namespace
 
 int main(int argc, char* argv[])
 {

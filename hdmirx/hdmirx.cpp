@@ -51,7 +51,9 @@ int hdmirx_is_stable(int port)
     return hdmirx_get_info(port, &scratch, 0);
 }
 
-static int get_audio_info(hdmirx_info* info)
+namespace {
+
+int get_audio_info(hdmirx_info* info)
 {
     info->audio_sample_rate = 48000; // what the encoder is set to when there is nothing to encode
     info->audio_iec61937 = info->audio_channels = info->audio_word_length = 0;
@@ -68,6 +70,13 @@ static int get_audio_info(hdmirx_info* info)
     info->audio_word_length = status[4] & 0x0F;
     return 0;
 }
+
+// Hz up to which a rate counts as 24, then as 30, and then as what it is; all above counts as 60.
+constexpr int MOST_FOR_24 = 26;
+constexpr int MOST_FOR_30 = 35;
+constexpr int MOST_AS_MEASURED = 54;
+
+} // namespace
 
 int hdmirx_get_info([[maybe_unused]] int port, hdmirx_info* info, int with_audio)
 {
@@ -119,11 +128,6 @@ int hdmirx_get_height()
 {
     return ReadVActive();
 }
-
-// Hz up to which a rate counts as 24, then as 30, and then as what it is; all above counts as 60.
-static constexpr int MOST_FOR_24 = 26;
-static constexpr int MOST_FOR_30 = 35;
-static constexpr int MOST_AS_MEASURED = 54;
 
 int hdmirx_get_frame_rate()
 {

@@ -14,28 +14,24 @@ namespace capd {
 
 using namespace rx;
 
-static constexpr char SEPARATOR[] = "========================================================================\n";
+namespace {
 
-static uint32_t report_samples;  // video reports taken
-static uint32_t report_xcnt_sum; // sum of their pixel-clock counts
+constexpr char SEPARATOR[] = "========================================================================\n";
 
-void reset_video_report()
-{
-    report_samples = 0;
-    report_xcnt_sum = 0;
-}
+uint32_t report_samples;  // video reports taken
+uint32_t report_xcnt_sum; // sum of their pixel-clock counts
 
-static void open_report()
+void open_report()
 {
     printf("\n%s", SEPARATOR);
 }
 
-static void close_report()
+void close_report()
 {
     printf("%s", SEPARATOR);
 }
 
-static void read_porches(VideoReport* r)
+void read_porches(VideoReport* r)
 {
     const uint8_t high = ReadRxReg(REG_RX_HSYNC_HIGH);
     r->h_front = static_cast<uint16_t>(ReadRxReg(REG_RX_HFRONT) | ((high & HSYNC_HIGH_FRONT_REPORT) << 4));
@@ -46,6 +42,45 @@ static void read_porches(VideoReport* r)
     r->v_sync = r->v_active < 300 ? 3 : 5;                           // not measured; that of the television formats
     r->vsync_to_de = ReadRxReg(REG_RX_VSYNC_TO_DE);
     r->v_back = static_cast<uint16_t>(r->vsync_to_de - r->v_sync);
+}
+
+const char* depth_text(uint8_t code)
+{
+    switch (code) {
+    case 4: return "@24bits";
+    case 5: return "@30bits";
+    case 6: return "@36bits";
+    case 7: return "@48bits";
+    default: return "@No def(24bits)";
+    }
+}
+
+int get_frame(InfoFrameKind kind, InfoFrame& frame)
+{
+    switch (kind) {
+    case InfoFrameKind::Avi: return GetAVIInfoFrame(frame);
+    case InfoFrameKind::Audio: return GetAudioInfoFrame(frame);
+    case InfoFrameKind::Vendor: break;
+    }
+    return GetVENDORSPECInfoFrame(frame);
+}
+
+AudioReport::Kind audio_kind(uint8_t type)
+{
+    switch (type & AUDIO_TYPE_KIND) {
+    case AUDIO_TYPE_NONE: return AudioReport::Kind::None;
+    case AUDIO_TYPE_HBR: return AudioReport::Kind::Hbr;
+    case AUDIO_TYPE_DSD: return AudioReport::Kind::Dsd;
+    default: return (type & AUDIO_TYPE_COMPRESSED) != 0 ? AudioReport::Kind::Compressed : AudioReport::Kind::Lpcm;
+    }
+}
+
+} // namespace
+
+void reset_video_report()
+{
+    report_samples = 0;
+    report_xcnt_sum = 0;
 }
 
 bool read_video_report(VideoReport* report)
@@ -73,17 +108,6 @@ bool read_video_report(VideoReport* report)
     return true;
 }
 
-static const char* depth_text(uint8_t code)
-{
-    switch (code) {
-    case 4: return "@24bits";
-    case 5: return "@30bits";
-    case 6: return "@36bits";
-    case 7: return "@48bits";
-    default: return "@No def(24bits)";
-    }
-}
-
 void ShowVideoStatus()
 {
     VideoReport r;
@@ -108,16 +132,6 @@ void ShowVideoStatus()
     printf("VSyncToDE = %d\n", r.vsync_to_de);
     close_report();
     close_report();
-}
-
-static int get_frame(InfoFrameKind kind, InfoFrame& frame)
-{
-    switch (kind) {
-    case InfoFrameKind::Avi: return GetAVIInfoFrame(frame);
-    case InfoFrameKind::Audio: return GetAudioInfoFrame(frame);
-    case InfoFrameKind::Vendor: break;
-    }
-    return GetVENDORSPECInfoFrame(frame);
 }
 
 bool read_info_frame(InfoFrameKind kind, InfoFrameReport* report)
@@ -149,16 +163,6 @@ void ShowInfoFrames()
         printf("%s", f.title);
         for (int i = 0; i < report.count; ++i) printf(" %02X", report.bytes[i]);
         printf("\n");
-    }
-}
-
-static AudioReport::Kind audio_kind(uint8_t type)
-{
-    switch (type & AUDIO_TYPE_KIND) {
-    case AUDIO_TYPE_NONE: return AudioReport::Kind::None;
-    case AUDIO_TYPE_HBR: return AudioReport::Kind::Hbr;
-    case AUDIO_TYPE_DSD: return AudioReport::Kind::Dsd;
-    default: return (type & AUDIO_TYPE_COMPRESSED) != 0 ? AudioReport::Kind::Compressed : AudioReport::Kind::Lpcm;
     }
 }
 

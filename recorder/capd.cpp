@@ -28,8 +28,10 @@ namespace capd {
 constexpr uint64_t LED_REFRESH_US = 400'000;
 constexpr uint32_t LED_THREAD_SLEEP_US = 10'000;
 
+namespace {
+
 /** Body of the LED thread: paces the LED engine, except in standby, where the LEDs keep what was written to them. */
-static void* _led_update_thread(void* /*argument*/)
+void* _led_update_thread(void* /*argument*/)
 {
     const int r = led_init();
     CAPD_LOG(LOG_INFO, "led_init r=%d\n", r);
@@ -41,14 +43,14 @@ static void* _led_update_thread(void* /*argument*/)
     }
 }
 
-static void start_led_thread()
+void start_led_thread()
 {
     errno = platform::start_thread(_led_update_thread);
     if (errno != 0) CAPD_LOG_STEP(LOG_ERR, "Couldn't create thread to update led's, error=%s\n", strerror(errno));
 }
 
 /** Events of the input. Its stability reaches the recorder by polling, so there is nothing to do but tell. */
-static int hdmirx_event_callback(int event, int /*argument*/)
+int hdmirx_event_callback(int event, int /*argument*/)
 {
     switch (event) {
     case HDMIRX_EVENT_UNSTABLE: CAPD_LOG(LOG_INFO, "Unstable event received, doing nothing\n"); break;
@@ -59,7 +61,7 @@ static int hdmirx_event_callback(int event, int /*argument*/)
     return 0;
 }
 
-static void start_services()
+void start_services()
 {
     int r = sys_init();
     CAPD_LOG_STEP(LOG_INFO, "sys_init r=%d\n", r);
@@ -76,7 +78,7 @@ static void start_services()
     CAPD_LOG_STEP(LOG_INFO, "keyinput_init r=%d\n", r);
 }
 
-static void start_drivers()
+void start_drivers()
 {
     int r = hdmirx_init();
     CAPD_LOG_STEP(LOG_INFO, "hdmirx_init=%d\n", r);
@@ -87,6 +89,8 @@ static void start_drivers()
     hdmitx_set_edid_callback(edid_data_callback);
     hdmirx_set_callback(hdmirx_event_callback);
 }
+
+} // namespace
 
 int run(int argc, char* argv[])
 {

@@ -17,7 +17,19 @@ constexpr uint32_t UMOUNT_RETRY_US = 1'000'000;
 constexpr std::array<unsigned long, BAR_LEDS - 1> BAR_THRESHOLD_KB = {536'870'912, 16'777'216, 8'388'608, 2'097'152,
                                                                       524'288};
 
-static uint32_t sddisk_available_kb; // as last measured, less the files closed since; 0 not known
+namespace {
+
+uint32_t sddisk_available_kb; // as last measured, less the files closed since; 0 not known
+
+/** Mode of one LED of the bar. LED 5 has no threshold: it joins in below the hard limit only. */
+int bar_mode(int led, unsigned long free_kb)
+{
+    if (free_kb < settings.storage_hard_limit) return LED_BLINK;
+    if (led >= static_cast<int>(BAR_THRESHOLD_KB.size())) return LED_OFF;
+    return free_kb < BAR_THRESHOLD_KB[static_cast<size_t>(led)] ? LED_ON : LED_OFF;
+}
+
+} // namespace
 
 int _storage_mount()
 {
@@ -83,14 +95,6 @@ int _sddisk_available_kb_update(const char* file)
 uint32_t _sddisk_free_kb(uint32_t file_kb)
 {
     return sddisk_available_kb - file_kb;
-}
-
-/** Mode of one LED of the bar. LED 5 has no threshold: it joins in below the hard limit only. */
-static int bar_mode(int led, unsigned long free_kb)
-{
-    if (free_kb < settings.storage_hard_limit) return LED_BLINK;
-    if (led >= static_cast<int>(BAR_THRESHOLD_KB.size())) return LED_OFF;
-    return free_kb < BAR_THRESHOLD_KB[static_cast<size_t>(led)] ? LED_ON : LED_OFF;
 }
 
 int _storage_led_bar_update(unsigned long free_kb)

@@ -9,10 +9,12 @@
 
 namespace capd {
 
-static int64_t last_storage_event; // seconds; last look at the slot
-static bool card_removed;          // from the look that missed the card to the one that finds it
+namespace {
 
-static int look_for_new_card()
+int64_t last_storage_event; // seconds; last look at the slot
+bool card_removed;          // from the look that missed the card to the one that finds it
+
+int look_for_new_card()
 {
     if (storage_card_present() != 0) return 0;
     CAPD_LOG_STEP(LOG_INFO, "New storage was added\n");
@@ -23,7 +25,7 @@ static int look_for_new_card()
     return _storage_measure();
 }
 
-static void look_for_removed_card()
+void look_for_removed_card()
 {
     if (storage_card_present() == 0) return;
     CAPD_LOG_STEP(LOG_INFO, "Storage removed\n");
@@ -31,6 +33,8 @@ static void look_for_removed_card()
     _auto_stop();
     card_removed = true;
 }
+
+} // namespace
 
 int _check_storage_event()
 {

@@ -14,10 +14,14 @@ namespace capd {
 
 static_assert(EDID_IMAGE_SIZE == EDID_ROM_SIZE);
 
-static void dump(const unsigned char* bytes)
+namespace {
+
+void dump(const unsigned char* bytes)
 {
     for (int i = 0; i < EDID_IMAGE_SIZE; ++i) printf(i % 8 == 7 ? "%.2X\n" : "%.2X ", static_cast<unsigned>(bytes[i]));
 }
+
+} // namespace
 
 int edid_data_callback(const unsigned char* edid)
 {

@@ -13,12 +13,16 @@
 
 namespace capd {
 
+namespace {
+
 /** Refuse a key while recording. @return 0 */
-static int32_t _error_busy(int32_t /*argument*/)
+int32_t _error_busy(int32_t /*argument*/)
 {
     CAPD_LOG(LOG_NOTICE, "Busy!\n");
     return 0;
 }
+
+} // namespace
 
 struct KeyAction {
     int32_t key;

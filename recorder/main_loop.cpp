@@ -30,25 +30,29 @@ int _key_poll()
     return 0;
 }
 
-static void poll_input()
+namespace {
+
+void poll_input()
 {
     const int r = hdmirx_run();
     if (r != 0) CAPD_LOG_STEP(LOG_WARNING, "hdmirx_run=%d\n", r);
 }
 
-static void poll_output()
+void poll_output()
 {
     const int r = hdmitx_run();
     if (r != 0) CAPD_LOG_STEP(LOG_WARNING, "hdmitx_run=%d\n", r);
 }
 
-static void poll_keys()
+void poll_keys()
 {
     const int key = _key_poll();
     if (key == KEYINPUT_NONE) return;
     _key_dispatch(key);
     _key_poll(); // a key pressed while the action ran is dropped: it was meant for the state before
 }
+
+} // namespace
 
 LoopTimers main_loop_timers()
 {

@@ -29,13 +29,15 @@ constexpr option OPTIONS[] = {
     {nullptr, 0, nullptr, 0},
 };
 
-static unsigned long set_limit(uint32_t* field, const char* text)
+namespace {
+
+unsigned long set_limit(uint32_t* field, const char* text)
 {
     *field = static_cast<uint32_t>(atol(text));
     return *field;
 }
 
-static void apply_option(int code, const char* argument)
+void apply_option(int code, const char* argument)
 {
     switch (code) {
     case OPTION_TEST: settings.test_sequence = atoi(argument); break;
@@ -58,6 +60,8 @@ static void apply_option(int code, const char* argument)
     default: break; // getopt_long() has said what is wrong
     }
 }
+
+} // namespace
 
 void parse_options(int argc, char* argv[])
 {

@@ -69,9 +69,13 @@ bool self_test_exists(int sequence)
     return sequence >= 0 && sequence < static_cast<int>(SEQUENCES.size());
 }
 
-static size_t test_step;       // the next one
-static uint64_t test_delay_us; // before it
-static Timer test_timer{1, 0}; // long due, so that the first step runs at once
+namespace {
+
+size_t test_step;       // the next one
+uint64_t test_delay_us; // before it
+Timer test_timer{1, 0}; // long due, so that the first step runs at once
+
+} // namespace
 
 void self_test_run()
 {

@@ -4,11 +4,15 @@
 
 namespace capd {
 
-static void set_to(Timer* timer, const platform::WallTime& now)
+namespace {
+
+void set_to(Timer* timer, const platform::WallTime& now)
 {
     timer->seconds = static_cast<int32_t>(now.seconds);
     timer->microseconds = now.microseconds;
 }
+
+} // namespace
 
 void timer_reset(Timer* timer)
 {

@@ -14,8 +14,10 @@ void Descriptor::reset(int fd)
     fd_ = fd;
 }
 
+namespace {
+
 /** Why a file is none to read or write, nullptr where it is a regular one. */
-static const char* kind_refused(int fd)
+const char* kind_refused(int fd)
 {
     struct stat info {};
     if (::fstat(fd, &info) != 0) return std::strerror(errno);
@@ -23,19 +25,7 @@ static const char* kind_refused(int fd)
     return S_ISDIR(info.st_mode) ? "is a folder" : "is no regular file";
 }
 
-int open_host_file(const std::string& name)
-{
-    // Without O_NONBLOCK a FIFO that nobody writes would be waited for.
-    const int fd = ::open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
-    if (fd < 0) throw HostFileError(std::string("cannot be read: ") + std::strerror(errno));
-    if (const char* why = kind_refused(fd); why != nullptr) {
-        ::close(fd);
-        throw HostFileError(why);
-    }
-    return fd;
-}
-
-static std::string read_all(int fd, size_t limit)
+std::string read_all(int fd, size_t limit)
 {
     std::string bytes(limit + 1, '\0');
     size_t used = 0;
@@ -49,6 +39,20 @@ static std::string read_all(int fd, size_t limit)
     if (used > limit) throw HostFileError("has more than " + std::to_string(limit) + " bytes");
     bytes.resize(used);
     return bytes;
+}
+
+} // namespace
+
+int open_host_file(const std::string& name)
+{
+    // Without O_NONBLOCK a FIFO that nobody writes would be waited for.
+    const int fd = ::open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+    if (fd < 0) throw HostFileError(std::string("cannot be read: ") + std::strerror(errno));
+    if (const char* why = kind_refused(fd); why != nullptr) {
+        ::close(fd);
+        throw HostFileError(why);
+    }
+    return fd;
 }
 
 std::string read_host_file(const std::string& name, size_t limit)

@@ -46,8 +46,10 @@ std::string quote_word(const std::string& word)
     return quoted + '"';
 }
 
+namespace {
+
 /** Letters to change, add or take away to make one word of another. */
-static size_t distance(std::string_view a, std::string_view b)
+size_t distance(std::string_view a, std::string_view b)
 {
     std::vector<size_t> row(b.size() + 1);
     std::iota(row.begin(), row.end(), size_t{0});
@@ -61,6 +63,15 @@ static size_t distance(std::string_view a, std::string_view b)
     }
     return row.back();
 }
+
+std::string listed(const std::vector<std::string>& words)
+{
+    std::string list;
+    for (const std::string& one : words) list += (list.empty() ? "" : ", ") + one;
+    return list;
+}
+
+} // namespace
 
 std::string nearest_word(std::string_view word, const std::vector<std::string>& words)
 {
@@ -80,13 +91,6 @@ std::string nearest_word(std::string_view word, const std::vector<std::string>& 
 void Args::refuse(const std::string& why) const
 {
     throw CommandError("word " + std::to_string(next_) + " '" + words_.at(next_ - 1) + "': " + why);
-}
-
-static std::string listed(const std::vector<std::string>& words)
-{
-    std::string list;
-    for (const std::string& one : words) list += (list.empty() ? "" : ", ") + one;
-    return list;
 }
 
 void Args::refuse_unknown(const std::vector<std::string>& expected) const

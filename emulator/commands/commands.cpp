@@ -145,9 +145,11 @@ Reply CommandTable::help_command(Args& args) const
     return {true, text};
 }
 
+namespace {
+
 /** The words of a usage that are typed as they stand; on each of its lines a description follows behind three blanks.
  */
-static std::vector<std::string> literal_words(std::string_view usage)
+std::vector<std::string> literal_words(std::string_view usage)
 {
     std::vector<std::string> words(1);
     while (!usage.empty()) {
@@ -165,6 +167,8 @@ static std::vector<std::string> literal_words(std::string_view usage)
     }
     return words;
 }
+
+} // namespace
 
 /** Say to which command a word belongs, or the nearest one that belongs to any; empty when none is near. */
 std::string CommandTable::owner_of(const std::string& word) const

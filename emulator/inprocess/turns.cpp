@@ -10,11 +10,13 @@
 
 namespace emu {
 
+namespace {
+
 /** As much as a thread has on the box; only pages that are used take memory. */
-static constexpr size_t STACK_SIZE = size_t{8} << 20;
+constexpr size_t STACK_SIZE = size_t{8} << 20;
 
 /** A stack whose last page ends the process instead of letting it write into something else. */
-static void* make_stack()
+void* make_stack()
 {
     void* stack = mmap(nullptr, STACK_SIZE, PROT_READ | PROT_WRITE,
                        MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE | MAP_STACK, -1, 0);
@@ -24,7 +26,9 @@ static void* make_stack()
 }
 
 /** The turns whose thread begins; makecontext() passes integers only. */
-static Turns* beginning;
+Turns* beginning;
+
+} // namespace
 
 void Turns::begin()
 {

@@ -44,7 +44,9 @@ int connect_to_box(const std::string& socket_path, std::chrono::milliseconds pat
     return -error;
 }
 
-static bool send_bytes(int socket, std::span<const uint8_t> bytes)
+namespace {
+
+bool send_bytes(int socket, std::span<const uint8_t> bytes)
 {
     while (!bytes.empty()) {
         const ssize_t sent = ::send(socket, bytes.data(), bytes.size(), MSG_NOSIGNAL);
@@ -58,7 +60,7 @@ static bool send_bytes(int socket, std::span<const uint8_t> bytes)
     return true;
 }
 
-static bool receive_bytes(int socket, std::span<uint8_t> bytes)
+bool receive_bytes(int socket, std::span<uint8_t> bytes)
 {
     while (!bytes.empty()) {
         const ssize_t got = ::recv(socket, bytes.data(), bytes.size(), 0);
@@ -71,6 +73,8 @@ static bool receive_bytes(int socket, std::span<uint8_t> bytes)
     }
     return true;
 }
+
+} // namespace
 
 bool send_message(int socket, MessageHeader header, std::span<const uint8_t> payload)
 {

@@ -7,16 +7,41 @@
 
 namespace emu {
 
+namespace {
+
 /**
  * Shortest break of the picture when a source changes its format. It mutes, stops its clock, sets its pixel clock anew
  * and waits until that has settled: players and PCs take from half a second to some seconds. A sink that looks for the
  * break now and then, as a firmware does that polls, sees it by that length and nothing else.
  */
-static constexpr Micros FORMAT_BREAK = 1'000'000;
+constexpr Micros FORMAT_BREAK = 1'000'000;
 
 // Channel allocations: bits 0 and 1 put LFE and the front centre on line 1; the rest fills lines 2 and 3.
-static constexpr uint8_t ALLOCATION_LINES[8] = {0x0, 0x4, 0x4, 0xC, 0xC, 0x8, 0xC, 0xC};
-static constexpr uint8_t ALLOCATION_CHANNELS[8] = {0, 1, 2, 3, 4, 2, 3, 4};
+constexpr uint8_t ALLOCATION_LINES[8] = {0x0, 0x4, 0x4, 0xC, 0xC, 0x8, 0xC, 0xC};
+constexpr uint8_t ALLOCATION_CHANNELS[8] = {0, 1, 2, 3, 4, 2, 3, 4};
+
+bool same_timing(const Format& a, const Format& b)
+{
+    return a.clock_khz == b.clock_khz && a.h_total() == b.h_total() && a.h_active == b.h_active && a.lines == b.lines &&
+           a.v_active == b.v_active && a.interlaced == b.interlaced;
+}
+
+std::string describe_audio(const Signal& signal)
+{
+    static constexpr const char* KINDS[] = {"no sound", "LPCM", "compressed sound", "HBR sound", "DSD sound"};
+    std::string text = KINDS[static_cast<size_t>(signal.sound())];
+    if (signal.sound() == AudioKind::None) return text;
+    const AudioSignal& audio = signal.audio;
+    if (audio.rate_hz != 0)
+        text.append(" ").append(std::to_string(audio.rate_hz)).append(" Hz");
+    else
+        text += " of unknown rate";
+    text.append(" ").append(std::to_string(audio.channels)).append(" ch");
+    if (audio.word_bits != 0) text.append(" ").append(std::to_string(audio.word_bits)).append(" bits");
+    return text;
+}
+
+} // namespace
 
 uint8_t AudioSignal::usual_allocation(unsigned channels)
 {
@@ -156,12 +181,6 @@ void Source::set_start_delay(Micros delay)
     if (!started_) restart(start_delay_);
 }
 
-static bool same_timing(const Format& a, const Format& b)
-{
-    return a.clock_khz == b.clock_khz && a.h_total() == b.h_total() && a.h_active == b.h_active && a.lines == b.lines &&
-           a.v_active == b.v_active && a.interlaced == b.interlaced;
-}
-
 void Source::change(const Signal& signal, bool seamless)
 {
     const bool other_timing = !same_timing(signal.format, signal_.format) || signal.depth_bits != signal_.depth_bits;
@@ -196,21 +215,6 @@ void Source::next_drop()
     dropped_ = !dropped_;
     drop_ = time_.after(drop_each_, [this] { next_drop(); });
     refresh();
-}
-
-static std::string describe_audio(const Signal& signal)
-{
-    static constexpr const char* KINDS[] = {"no sound", "LPCM", "compressed sound", "HBR sound", "DSD sound"};
-    std::string text = KINDS[static_cast<size_t>(signal.sound())];
-    if (signal.sound() == AudioKind::None) return text;
-    const AudioSignal& audio = signal.audio;
-    if (audio.rate_hz != 0)
-        text.append(" ").append(std::to_string(audio.rate_hz)).append(" Hz");
-    else
-        text += " of unknown rate";
-    text.append(" ").append(std::to_string(audio.channels)).append(" ch");
-    if (audio.word_bits != 0) text.append(" ").append(std::to_string(audio.word_bits)).append(" bits");
-    return text;
 }
 
 std::string Source::describe() const

@@ -5,10 +5,14 @@
 
 namespace bench {
 
-static std::ptrdiff_t open_files()
+namespace {
+
+std::ptrdiff_t open_files()
 {
     return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), std::filesystem::directory_iterator());
 }
+
+} // namespace
 
 struct Pace {
     const char* number;

@@ -9,13 +9,17 @@
 
 namespace bench {
 
-static std::string bitrate_line(const char* file)
+namespace {
+
+std::string bitrate_line(const char* file)
 {
     std::istringstream lines(box().root().read(std::string("/kxbin/") + file));
     for (std::string line; std::getline(lines, line);)
         if (line.starts_with("RateControl-AvgBitRate")) return line.substr(line.find_last_of(" \t") + 1);
     return {};
 }
+
+} // namespace
 
 // Catches: two steps in the wrong order, and a key from before the start that is carried out.
 TEST(StartUp, TakesItsStepsInOrder)

@@ -8,7 +8,9 @@
 
 namespace capd {
 
-static std::string parse(const std::vector<const char*>& words)
+namespace {
+
+std::string parse(const std::vector<const char*>& words)
 {
     bench::Output output;
     std::vector<std::string> copies = {"capd"};
@@ -19,6 +21,8 @@ static std::string parse(const std::vector<const char*>& words)
     parse_options(static_cast<int>(copies.size()), arguments.data());
     return output.take();
 }
+
+} // namespace
 
 // Catches: an option that sets another one's limit, a confirmation that shows something else than what is stored, and
 // an end of the parsing, or of the daemon, at the first word that is wrong.

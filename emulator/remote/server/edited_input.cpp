@@ -10,26 +10,30 @@
 
 namespace emu {
 
-static EditedInput* the_terminal = nullptr; // for the library's call, which says nothing of whom it is for
+namespace {
 
-static termios modes_before; // as the terminal was found
+EditedInput* the_terminal = nullptr; // for the library's call, which says nothing of whom it is for
+
+termios modes_before; // as the terminal was found
 
 /**
  * Ctrl-Z. The shell gets its terminal back as it was. The library's own way is not taken: it sets the terminal up again
  * even when the box is continued in the background.
  */
-static void stop(int /*signal*/)
+void stop(int /*signal*/)
 {
     if (!others_have_terminal(STDIN_FILENO)) ::tcsetattr(STDIN_FILENO, TCSADRAIN, &modes_before);
     ::kill(::getpid(), SIGSTOP);
 }
 
 /** Whether somebody else has set the terminal up for whole lines, as a shell does when a job was stopped. */
-static bool takes_whole_lines()
+bool takes_whole_lines()
 {
     termios modes{};
     return ::tcgetattr(STDIN_FILENO, &modes) == 0 && (modes.c_lflag & ICANON) != 0;
 }
+
+} // namespace
 
 EditedInput::EditedInput()
 {

@@ -6,7 +6,11 @@
 
 namespace emu {
 
-static constexpr size_t LONGEST_LINE = 65536;
+namespace {
+
+constexpr size_t LONGEST_LINE = 65536;
+
+} // namespace
 
 bool others_have_terminal(int fd)
 {

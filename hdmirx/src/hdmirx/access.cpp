@@ -8,8 +8,12 @@
 
 namespace capd::rx {
 
-static constexpr unsigned int RX_I2C_ADDRESS = i2c_write_address(I2C_RECEIVER);
-static constexpr unsigned char DEVICE_TAG = 0; // shown in the transport's failure line only
+namespace {
+
+constexpr unsigned int RX_I2C_ADDRESS = i2c_write_address(I2C_RECEIVER);
+constexpr unsigned char DEVICE_TAG = 0; // shown in the transport's failure line only
+
+} // namespace
 
 void sleep_ms(unsigned milliseconds)
 {

@@ -6,7 +6,11 @@
 
 namespace capd::rx {
 
-static uint8_t ChipRevision = 0xFF;
+namespace {
+
+uint8_t ChipRevision = 0xFF;
+
+} // namespace
 
 void ReadChipRevision()
 {

@@ -11,10 +11,95 @@
 
 namespace capd::rx {
 
-static constexpr int INVALID_COLOUR = 3;
+namespace {
+
+constexpr int INVALID_COLOUR = 3;
 
 // Converter offsets by [0 range 16-235, 1 range 0-255].
-static constexpr uint8_t CONVERTER_OFFSETS[2][3] = {{0x00, 0x80, 0x00}, {0x10, 0x80, 0x10}};
+constexpr uint8_t CONVERTER_OFFSETS[2][3] = {{0x00, 0x80, 0x00}, {0x10, 0x80, 0x10}};
+
+constinit struct {
+    uint8_t InputFormatFlags = FORMAT_LIMITED_RANGE;
+    uint8_t OutputFormatFlags = FORMAT_CHROMA_DOWN;
+    bool NewAVIInfoFrameF = false;
+    uint8_t saved_avi_db1 = 0; // what the colour was last set up by
+    uint8_t saved_avi_db2 = 0;
+} state;
+
+// What the converter and the chroma stage of REG_RX_OUTPUT_MODE have to do.
+struct Conversion {
+    uint8_t converter, chroma;
+};
+
+int input_colour()
+{
+    return state.InputFormatFlags & FORMAT_COLOUR;
+}
+
+void set_input_colour(int mode)
+{
+    state.InputFormatFlags = static_cast<uint8_t>((state.InputFormatFlags & ~FORMAT_COLOUR) | mode);
+}
+
+void set_itu709(bool on)
+{
+    state.InputFormatFlags =
+        static_cast<uint8_t>(on ? state.InputFormatFlags | FORMAT_ITU709 : state.InputFormatFlags & ~FORMAT_ITU709);
+}
+
+Conversion to_yuv422(int input, uint8_t down, uint8_t up)
+{
+    switch (input) {
+    case COLOUR_MODE_RGB: return {CONVERTER_RGB_TO_YUV, down};
+    case COLOUR_MODE_YUV422: return {CONVERTER_NONE, up};
+    case COLOUR_MODE_YUV444: return {CONVERTER_NONE, down};
+    default: return {CONVERTER_NONE, 0};
+    }
+}
+
+Conversion to_yuv444(int input, uint8_t down, uint8_t up)
+{
+    switch (input) {
+    case COLOUR_MODE_RGB: return {CONVERTER_RGB_TO_YUV, 0};
+    case COLOUR_MODE_YUV422: return {CONVERTER_NONE, up != 0 ? up : down};
+    default: return {CONVERTER_NONE, 0};
+    }
+}
+
+Conversion to_rgb24(int input, uint8_t down, uint8_t up)
+{
+    switch (input) {
+    case COLOUR_MODE_YUV422: return {CONVERTER_YUV_TO_RGB, up != 0 ? up : down};
+    case COLOUR_MODE_YUV444: return {CONVERTER_YUV_TO_RGB, 0};
+    default: return {CONVERTER_NONE, 0};
+    }
+}
+
+Conversion choose_conversion()
+{
+    const uint8_t down = (state.OutputFormatFlags & FORMAT_CHROMA_DOWN) != 0 ? CHROMA_DOWN : 0;
+    const uint8_t up = (state.OutputFormatFlags & FORMAT_CHROMA_UP) != 0 ? CHROMA_UP : 0;
+    switch (state.OutputFormatFlags & FORMAT_COLOUR) {
+    case COLOUR_MODE_YUV422: message("Output mode is YUV422\n"); return to_yuv422(input_colour(), down, up);
+    case COLOUR_MODE_YUV444: message("Output mode is YUV444\n"); return to_yuv444(input_colour(), down, up);
+    case COLOUR_MODE_RGB: message("Output mode is RGB24\n"); return to_rgb24(input_colour(), down, up);
+    default: return {CONVERTER_NONE, 0};
+    }
+}
+
+void load_converter(bool to_rgb, bool itu709, bool full_range)
+{
+    uint8_t bytes[2 * std::tuple_size_v<Matrix>];
+    uint8_t* next = bytes;
+    for (const uint16_t word : CONVERTER_MATRICES[to_rgb][itu709][full_range]) {
+        *next++ = static_cast<uint8_t>(word & 0xFF);
+        *next++ = static_cast<uint8_t>(word >> 8);
+    }
+    WriteRxBlock(REG_RX_CSC_OFFSET, CONVERTER_OFFSETS[full_range], sizeof CONVERTER_OFFSETS[full_range]);
+    WriteRxBlock(REG_RX_CSC_MATRIX, bytes, sizeof bytes);
+}
+
+} // namespace
 
 // clang-format off
 const Matrix CONVERTER_MATRICES[2][2][2] = {
@@ -40,30 +125,6 @@ const Matrix CONVERTER_MATRICES[2][2][2] = {
     },
 };
 // clang-format on
-
-static constinit struct {
-    uint8_t InputFormatFlags = FORMAT_LIMITED_RANGE;
-    uint8_t OutputFormatFlags = FORMAT_CHROMA_DOWN;
-    bool NewAVIInfoFrameF = false;
-    uint8_t saved_avi_db1 = 0; // what the colour was last set up by
-    uint8_t saved_avi_db2 = 0;
-} state;
-
-static int input_colour()
-{
-    return state.InputFormatFlags & FORMAT_COLOUR;
-}
-
-static void set_input_colour(int mode)
-{
-    state.InputFormatFlags = static_cast<uint8_t>((state.InputFormatFlags & ~FORMAT_COLOUR) | mode);
-}
-
-static void set_itu709(bool on)
-{
-    state.InputFormatFlags =
-        static_cast<uint8_t>(on ? state.InputFormatFlags | FORMAT_ITU709 : state.InputFormatFlags & ~FORMAT_ITU709);
-}
 
 void SetVideoInputFormatWithInfoFrame()
 {
@@ -116,63 +177,6 @@ void ForceInputColourMode(int mode)
     }
     set_input_colour(mode);
     SetRxRegField(REG_RX_COLOUR, COLOUR_INPUT, FIELDS[mode]);
-}
-
-// What the converter and the chroma stage of REG_RX_OUTPUT_MODE have to do.
-struct Conversion {
-    uint8_t converter, chroma;
-};
-
-static Conversion to_yuv422(int input, uint8_t down, uint8_t up)
-{
-    switch (input) {
-    case COLOUR_MODE_RGB: return {CONVERTER_RGB_TO_YUV, down};
-    case COLOUR_MODE_YUV422: return {CONVERTER_NONE, up};
-    case COLOUR_MODE_YUV444: return {CONVERTER_NONE, down};
-    default: return {CONVERTER_NONE, 0};
-    }
-}
-
-static Conversion to_yuv444(int input, uint8_t down, uint8_t up)
-{
-    switch (input) {
-    case COLOUR_MODE_RGB: return {CONVERTER_RGB_TO_YUV, 0};
-    case COLOUR_MODE_YUV422: return {CONVERTER_NONE, up != 0 ? up : down};
-    default: return {CONVERTER_NONE, 0};
-    }
-}
-
-static Conversion to_rgb24(int input, uint8_t down, uint8_t up)
-{
-    switch (input) {
-    case COLOUR_MODE_YUV422: return {CONVERTER_YUV_TO_RGB, up != 0 ? up : down};
-    case COLOUR_MODE_YUV444: return {CONVERTER_YUV_TO_RGB, 0};
-    default: return {CONVERTER_NONE, 0};
-    }
-}
-
-static Conversion choose_conversion()
-{
-    const uint8_t down = (state.OutputFormatFlags & FORMAT_CHROMA_DOWN) != 0 ? CHROMA_DOWN : 0;
-    const uint8_t up = (state.OutputFormatFlags & FORMAT_CHROMA_UP) != 0 ? CHROMA_UP : 0;
-    switch (state.OutputFormatFlags & FORMAT_COLOUR) {
-    case COLOUR_MODE_YUV422: message("Output mode is YUV422\n"); return to_yuv422(input_colour(), down, up);
-    case COLOUR_MODE_YUV444: message("Output mode is YUV444\n"); return to_yuv444(input_colour(), down, up);
-    case COLOUR_MODE_RGB: message("Output mode is RGB24\n"); return to_rgb24(input_colour(), down, up);
-    default: return {CONVERTER_NONE, 0};
-    }
-}
-
-static void load_converter(bool to_rgb, bool itu709, bool full_range)
-{
-    uint8_t bytes[2 * std::tuple_size_v<Matrix>];
-    uint8_t* next = bytes;
-    for (const uint16_t word : CONVERTER_MATRICES[to_rgb][itu709][full_range]) {
-        *next++ = static_cast<uint8_t>(word & 0xFF);
-        *next++ = static_cast<uint8_t>(word >> 8);
-    }
-    WriteRxBlock(REG_RX_CSC_OFFSET, CONVERTER_OFFSETS[full_range], sizeof CONVERTER_OFFSETS[full_range]);
-    WriteRxBlock(REG_RX_CSC_MATRIX, bytes, sizeof bytes);
 }
 
 void SetCSC()

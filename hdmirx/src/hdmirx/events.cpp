@@ -4,7 +4,11 @@
 
 namespace capd::rx {
 
-static hdmirx_callback listener = nullptr;
+namespace {
+
+hdmirx_callback listener = nullptr;
+
+} // namespace
 
 void SetEventCallback(hdmirx_callback callback)
 {

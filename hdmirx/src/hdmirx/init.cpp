@@ -10,17 +10,19 @@
 
 namespace capd::rx {
 
+namespace {
+
 // Start values of the chip maker, written as they stand. The first table needs the chip held in reset and its last
 // line mutes the audio; the second one fixes the output at YUV422.
-static constexpr RegPair FIRST_TABLE[] = {
+constexpr RegPair FIRST_TABLE[] = {
     {0x0F, 0x00}, {0x08, 0xCE}, {0x3B, 0x40}, {0x68, 0x03}, {0x6B, 0x11}, {0x6C, 0x00}, {0x93, 0x43},      {0x94, 0x4F},
     {0x95, 0x87}, {0x96, 0x33}, {0x56, 0x01}, {0x97, 0x0E}, {0x20, 0x20}, {0x89, 0x5F}, {TABLE_END, 0x00},
 };
-static constexpr RegPair SECOND_TABLE[] = {
+constexpr RegPair SECOND_TABLE[] = {
     {0x1D, 0x20}, {0x75, 0x60}, {0x3D, 0x40}, {0x1B, 0x00}, {0x1C, 0x00}, {0x78, 0xC1}, {TABLE_END, 0x00},
 };
 
-static void hold_in_reset(bool full)
+void hold_in_reset(bool full)
 {
     WriteRxReg(REG_RX_POWER, 0);
     if (full) WriteRxReg(REG_RX_RESET, RESET_FULL);
@@ -29,7 +31,7 @@ static void hold_in_reset(bool full)
     ApplyHDMIPort();
 }
 
-static void load_tables()
+void load_tables()
 {
     SetRxRegBits(REG_RX_CTRL1, 0, CTRL1_START);
     SetRxRegBits(REG_RX_CTRL2, 0, CTRL2_START);
@@ -39,6 +41,8 @@ static void load_tables()
     if (IsChipAboveA2()) WriteRxReg(REG_RX_TUNING_9B, TUNING_9B_ON);
     LoadRxRegTable(SECOND_TABLE);
 }
+
+} // namespace
 
 void InitHDMIRX(bool full)
 {

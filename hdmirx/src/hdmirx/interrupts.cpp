@@ -12,7 +12,9 @@
 
 namespace capd::rx {
 
-static void handle_sync_events(uint8_t events)
+namespace {
+
+void handle_sync_events(uint8_t events)
 {
     if ((events & INT1_SCDT_OFF) != 0) {
         message("SCDT Off interrupt\n");
@@ -34,7 +36,7 @@ static void handle_sync_events(uint8_t events)
     }
 }
 
-static void handle_mode_events(uint8_t events)
+void handle_mode_events(uint8_t events)
 {
     if (VState() != VSTATE_VideoOn) return;
     if ((events & INT1_HDMI_MODE) != 0) {
@@ -48,7 +50,7 @@ static void handle_mode_events(uint8_t events)
 }
 
 // Group 1: 5 V, sync and mode. Returns false when the chip was reset and the tick's other events are void.
-static bool handle_group1()
+bool handle_group1()
 {
     ReadRxReg(REG_RX_STATUS);
     const uint8_t events = ReadRxReg(REG_RX_INT1);
@@ -70,7 +72,7 @@ static bool handle_group1()
 }
 
 // Group 2: AV mute and info frames.
-static void handle_group2()
+void handle_group2()
 {
     const uint8_t events = ReadRxReg(REG_RX_INT2);
     const uint8_t more = VState() == VSTATE_VideoOn ? ReadRxReg(REG_RX_INT2_EXT) & INT2_EXT_VSIF : 0;
@@ -93,7 +95,7 @@ static void handle_group2()
     if (more != 0) RXINT_VSIF_Chg();
 }
 
-static void handle_audio_error()
+void handle_audio_error()
 {
     DeliverAudioEvent(HDMIRX_EVENT_AUDIO_ERROR);
     RXINT_ResetAudio();
@@ -101,7 +103,7 @@ static void handle_audio_error()
 }
 
 // Group 3: audio FIFO, audio errors, and errors that the link's ECC could not mend.
-static void handle_group3()
+void handle_group3()
 {
     const uint8_t events = ReadRxReg(REG_RX_INT3);
     if ((events & INT3_FIFO) != 0) {
@@ -119,6 +121,8 @@ static void handle_group3()
         sleep_ms(1);
     }
 }
+
+} // namespace
 
 void RXINT_Handler()
 {

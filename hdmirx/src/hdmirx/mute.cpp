@@ -6,9 +6,11 @@
 
 namespace capd::rx {
 
-static constexpr uint16_t MUTE_RESUMING_TICKS = 79; // 1.58 s for a source to end its AV mute
+namespace {
 
-static constinit struct {
+constexpr uint16_t MUTE_RESUMING_TICKS = 79; // 1.58 s for a source to end its AV mute
+
+constinit struct {
     MuteMode mute_mode = MUTE_MODE_AUTO;
     bool picture_on = false;
     bool sound_on = false;
@@ -17,10 +19,51 @@ static constinit struct {
     uint16_t MuteResumingTimer = 0;
 } state;
 
-static bool source_mutes()
+bool source_mutes()
 {
     return (ReadRxReg(REG_RX_MUTE_STATUS) & MUTE_BY_SOURCE) != 0;
 }
+
+void write_and_show(uint8_t reg, uint8_t value)
+{
+    WriteRxReg(reg, value);
+    message("reg %02X <- %02X = %02X\n", reg, value, ReadRxReg(reg));
+}
+
+void release_mute()
+{
+    if (!state.picture_on) return;
+    const uint8_t mode = ReadRxReg(REG_RX_OUTPUT_MODE);
+    WriteRxReg(REG_RX_OUTPUT_MODE, mode | OUTPUT_MODE_SYNC);
+    WriteRxReg(REG_RX_OUTPUT_MODE, without(mode, OUTPUT_MODE_SYNC));
+    if (source_mutes()) {
+        SetRxOutputControl(OUT_MUTE_STEP, OUT_MUTE_IGNORE);
+        return;
+    }
+    const uint8_t output = without(ReadRxReg(REG_RX_OUTPUT), OUT_MUTE_IGNORE) | OUT_MUTE_STEP;
+    write_and_show(REG_RX_OUTPUT, output);
+    write_and_show(REG_RX_OUTPUT, without(output, OUT_MUTE_STEP));
+    const uint8_t colour = ReadRxReg(REG_RX_COLOUR) | COLOUR_MUTE;
+    write_and_show(REG_RX_COLOUR, colour);
+    write_and_show(REG_RX_COLOUR, without(colour, COLOUR_MUTE_NOW));
+}
+
+// Has the wait for the end of an AV mute that outlasted the start of the audio come to its end?
+bool mute_wait_is_over()
+{
+    if (state.MuteResumingTimer == 0 || !state.picture_on) return false;
+    --state.MuteResumingTimer;
+    const uint8_t status = ReadRxReg(REG_RX_MUTE_STATUS);
+    message("MuteResumingTimer = %d uc = %02X\n", state.MuteResumingTimer, status);
+    if ((status & MUTE_BY_SOURCE) != 0) {
+        if (state.MuteResumingTimer != 0) return false;
+        SetRxOutputControl(OUT_MUTE_IGNORE, OUT_MUTE_IGNORE); // it had time enough
+    }
+    state.av_mute = false;
+    return true;
+}
+
+} // namespace
 
 void SetMuteMode(int mode)
 {
@@ -63,30 +106,6 @@ bool AVMute()
 void SetRxAudioMute(bool on)
 {
     SetRxOutputControl(OUT_AUDIO_OFF, on ? OUT_AUDIO_OFF : 0);
-}
-
-static void write_and_show(uint8_t reg, uint8_t value)
-{
-    WriteRxReg(reg, value);
-    message("reg %02X <- %02X = %02X\n", reg, value, ReadRxReg(reg));
-}
-
-static void release_mute()
-{
-    if (!state.picture_on) return;
-    const uint8_t mode = ReadRxReg(REG_RX_OUTPUT_MODE);
-    WriteRxReg(REG_RX_OUTPUT_MODE, mode | OUTPUT_MODE_SYNC);
-    WriteRxReg(REG_RX_OUTPUT_MODE, without(mode, OUTPUT_MODE_SYNC));
-    if (source_mutes()) {
-        SetRxOutputControl(OUT_MUTE_STEP, OUT_MUTE_IGNORE);
-        return;
-    }
-    const uint8_t output = without(ReadRxReg(REG_RX_OUTPUT), OUT_MUTE_IGNORE) | OUT_MUTE_STEP;
-    write_and_show(REG_RX_OUTPUT, output);
-    write_and_show(REG_RX_OUTPUT, without(output, OUT_MUTE_STEP));
-    const uint8_t colour = ReadRxReg(REG_RX_COLOUR) | COLOUR_MUTE;
-    write_and_show(REG_RX_COLOUR, colour);
-    write_and_show(REG_RX_COLOUR, without(colour, COLOUR_MUTE_NOW));
 }
 
 void SetRxMute(bool on)
@@ -134,21 +153,6 @@ void RXINT_AVMute_Clear()
         SetRxAudioMute(false);
     }
     ClearRxRegFlags(REG_RX_CTRL2, CTRL2_MUTE_CLEAR);
-}
-
-// Has the wait for the end of an AV mute that outlasted the start of the audio come to its end?
-static bool mute_wait_is_over()
-{
-    if (state.MuteResumingTimer == 0 || !state.picture_on) return false;
-    --state.MuteResumingTimer;
-    const uint8_t status = ReadRxReg(REG_RX_MUTE_STATUS);
-    message("MuteResumingTimer = %d uc = %02X\n", state.MuteResumingTimer, status);
-    if ((status & MUTE_BY_SOURCE) != 0) {
-        if (state.MuteResumingTimer != 0) return false;
-        SetRxOutputControl(OUT_MUTE_IGNORE, OUT_MUTE_IGNORE); // it had time enough
-    }
-    state.av_mute = false;
-    return true;
 }
 
 void ResumeFromMute()

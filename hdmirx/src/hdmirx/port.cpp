@@ -6,7 +6,11 @@
 
 namespace capd::rx {
 
-static uint8_t ucCurrentHDMIPort = 0;
+namespace {
+
+uint8_t ucCurrentHDMIPort = 0;
+
+} // namespace
 
 void Terminator_On()
 {
