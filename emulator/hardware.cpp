@@ -12,11 +12,11 @@ Hardware::Hardware(const BoxOptions& options)
       receiver_(time_, sources_[0], sources_[1]), transmitter_(time_), board_(time_), capture_(i2c_, time_),
       nvram_(root_), card_(root_), encoder_(root_, time_, options.encoder)
 {
-    i2c_.attach(0x48, receiver_);
-    i2c_.attach(0x4C, transmitter_);
-    i2c_.attach(0x4E, transmitter_companion_);
-    i2c_.attach(0x50, edid_rom_);
-    i2c_.attach(0x1C, board_);
+    i2c_.attach(i2c_address::RECEIVER, receiver_);
+    i2c_.attach(i2c_address::TRANSMITTER, transmitter_);
+    i2c_.attach(i2c_address::TRANSMITTER_COMPANION, transmitter_companion_);
+    i2c_.attach(i2c_address::EDID_ROM, edid_rom_);
+    i2c_.attach(i2c_address::BOARD, board_);
     wire_board();
     add_commands();
 }

@@ -75,7 +75,10 @@ struct NamedDevice {
     uint8_t address;
     const char* name;
 };
-constexpr NamedDevice DEVICES[] = {{0x1C, "board"}, {0x48, "receiver"}, {0x4C, "transmitter"}, {0x50, "edidrom"}};
+constexpr NamedDevice DEVICES[] = {{i2c_address::BOARD, "board"},
+                                   {i2c_address::RECEIVER, "receiver"},
+                                   {i2c_address::TRANSMITTER, "transmitter"},
+                                   {i2c_address::EDID_ROM, "edidrom"}};
 
 std::string i2c_device_name(uint8_t device)
 {
@@ -93,7 +96,9 @@ std::optional<uint8_t> i2c_device_called(std::string_view name)
     return std::nullopt;
 }
 
-static std::string describe_transfer(const Transfer& transfer)
+namespace {
+
+std::string describe_transfer(const Transfer& transfer)
 {
     char text[160];
     int used =
@@ -107,6 +112,8 @@ static std::string describe_transfer(const Transfer& transfer)
     if (transfer.error != 0) line += " failed, errno " + std::to_string(transfer.error);
     return line;
 }
+
+} // namespace
 
 std::string I2cBus::describe(size_t count) const
 {

@@ -17,6 +17,11 @@ namespace emu {
 
 class CommandTable;
 
+/** Where the box's chips answer, as 7-bit addresses. */
+namespace i2c_address {
+constexpr uint8_t BOARD = 0x1C, RECEIVER = 0x48, TRANSMITTER = 0x4C, TRANSMITTER_COMPANION = 0x4E, EDID_ROM = 0x50;
+}
+
 /** A chip on the bus. */
 class I2cTarget {
 public:

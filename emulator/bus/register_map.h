@@ -14,10 +14,11 @@ namespace emu {
 /** Registers that behave alike, from the first to the last. */
 struct RegisterRow {
     uint8_t first, last;
-    uint8_t reset;    ///< value after power-on
-    uint8_t writable; ///< bits that keep what is written; the others are the chip's
-    uint8_t clears;   ///< bits that writing a one clears
-    const char* name; ///< "" where they are only kept
+    uint8_t reset;             ///< value after power-on
+    uint8_t writable;          ///< bits that keep what is written; the others are the chip's
+    uint8_t clears;            ///< bits that writing a one clears
+    const char* name;          ///< "" where they are only kept
+    bool is_protected = false; ///< takes writes only while the chip's lock is open
 };
 
 /** A table of registers by their number; of two rows with the same register the later one holds. */
@@ -33,6 +34,7 @@ public:
                 clears_[reg] = row.clears;
                 exists_[reg] = true;
                 name_[reg] = row.name;
+                protected_[reg] = row.is_protected;
             }
     }
 
@@ -44,6 +46,8 @@ public:
     constexpr const char* name(uint8_t reg) const { return name_[reg] == nullptr ? "" : name_[reg]; }
     /** Whether writing has no effect on what the register holds. */
     constexpr bool is_read_only(uint8_t reg) const { return writable_[reg] == 0 && clears_[reg] == 0; }
+    /** Whether only an open lock lets writes through. */
+    constexpr bool is_protected(uint8_t reg) const { return protected_[reg]; }
     /** What a register that held `before` holds after a write. */
     constexpr uint8_t written(uint8_t reg, uint8_t before, uint8_t value) const
     {
@@ -53,7 +57,7 @@ public:
 
 private:
     std::array<uint8_t, 256> reset_{}, writable_{}, clears_{};
-    std::array<bool, 256> exists_{};
+    std::array<bool, 256> exists_{}, protected_{};
     std::array<const char*, 256> name_{};
 };
 

@@ -1,38 +1,30 @@
 #include "emulator/chips/ddc.h"
 
+#include "emulator/chips/transmitter_registers.h"
+
 #include <algorithm>
 
 namespace emu {
 
+using namespace tx;
+
 namespace {
 
-constexpr uint8_t REG_MASTER = 0x10; // bit 0: 1 the host commands the bus, 0 the copy protection engine
-constexpr uint8_t MASTER_HOST = 0x01;
-constexpr uint8_t REG_SLAVE = 0x11;
-constexpr uint8_t SLAVE_EDID = 0xA0;
-constexpr uint8_t REG_OFFSET = 0x12;
-constexpr uint8_t REG_COUNT = 0x13;
-constexpr uint8_t REG_SEGMENT = 0x14;
-constexpr uint8_t REG_COMMAND = 0x15;
-constexpr uint8_t COMMAND_EDID_READ = 0x03, COMMAND_FIFO_CLEAR = 0x09, COMMAND_ABORT = 0x0F;
-constexpr uint8_t REG_STATUS = 0x16; // read-only: how the last command ended, 0 while it runs
-constexpr uint8_t STATUS_DONE = 0x80, STATUS_ARBITRATION = 0x20, STATUS_BUS_WAIT = 0x10, STATUS_NO_ACKNOWLEDGE = 0x08;
-constexpr uint8_t REG_FIFO = 0x17; // read-only
 constexpr size_t FIFO_DEPTH = 32;
 
 } // namespace
 
 uint8_t DdcMaster::peek(uint8_t reg) const
 {
-    if (reg == REG_STATUS) return status_;
-    if (reg == REG_FIFO) return fifo_.empty() ? uint8_t{0} : fifo_.front();
-    return registers_.at(static_cast<size_t>(reg - FIRST_REGISTER));
+    if (reg == REG_DDC_STATUS) return status_;
+    if (reg == REG_DDC_FIFO) return fifo_.empty() ? uint8_t{0} : fifo_.front();
+    return registers_.at(static_cast<size_t>(reg - REG_DDC_MASTER));
 }
 
 uint8_t DdcMaster::read(uint8_t reg)
 {
     const uint8_t value = peek(reg);
-    if (reg != REG_FIFO) return value;
+    if (reg != REG_DDC_FIFO) return value;
     if (fifo_.empty())
         interrupt_(Interrupt::FifoError);
     else
@@ -42,30 +34,30 @@ uint8_t DdcMaster::read(uint8_t reg)
 
 void DdcMaster::write(uint8_t reg, uint8_t value)
 {
-    if (reg == REG_STATUS || reg == REG_FIFO) return;
-    registers_.at(static_cast<size_t>(reg - FIRST_REGISTER)) = value;
-    if (reg == REG_COMMAND) command(value & 0x0F);
+    if (reg == REG_DDC_STATUS || reg == REG_DDC_FIFO) return;
+    registers_.at(static_cast<size_t>(reg - REG_DDC_MASTER)) = value;
+    if (reg == REG_DDC_COMMAND) command(value & 0x0F);
 }
 
 void DdcMaster::command(uint8_t code)
 {
-    const bool host = (peek(REG_MASTER) & MASTER_HOST) != 0;
-    const bool waits_for_bus = code == COMMAND_EDID_READ && state_ != State::Idle;
+    const bool host = (peek(REG_DDC_MASTER) & DDC_MASTER_HOST) != 0;
+    const bool waits_for_bus = code == DDC_EDID_READ && state_ != State::Idle;
     if (!host || waits_for_bus) {
         ++lost_commands_;
         return;
     }
-    if (code == COMMAND_EDID_READ) start_read();
-    if (code == COMMAND_FIFO_CLEAR) {
+    if (code == DDC_EDID_READ) start_read();
+    if (code == DDC_FIFO_CLEAR) {
         fifo_.clear();
-        if (state_ == State::Idle) status_ = STATUS_DONE; // an error is forgotten; a running transaction goes on
+        if (state_ == State::Idle) status_ = DDC_DONE; // an error is forgotten; a running transaction goes on
     }
-    if (code == COMMAND_ABORT) {
+    if (code == DDC_ABORT) {
         time_.cancel(running_);
         state_ = State::Busy;
         status_ = 0;
         // Nine clocks free a bus that a slave holds.
-        running_ = time_.after(read_time_ / 4, [this] { end(STATUS_DONE); });
+        running_ = time_.after(read_time_ / 4, [this] { end(DDC_DONE); });
     }
 }
 
@@ -73,7 +65,7 @@ Micros DdcMaster::transaction_time(size_t count) const
 {
     // On the wire: address, offset, address again, data; the segment pointer is two bytes more.
     const Micros byte_time = read_time_ / 4;
-    const Micros segment_time = peek(REG_SEGMENT) != 0 ? 2 * byte_time : 0;
+    const Micros segment_time = peek(REG_DDC_SEGMENT) != 0 ? 2 * byte_time : 0;
     return read_time_ + segment_time + (count > 1 ? (count - 1) * byte_time : 0);
 }
 
@@ -90,23 +82,23 @@ void DdcMaster::start_read()
     ++transactions_;
     state_ = State::Busy;
     status_ = 0;
-    const size_t count = peek(REG_COUNT);
-    const DdcFault fault = next_fault(position() + peek(REG_OFFSET), count);
+    const size_t count = peek(REG_DDC_COUNT);
+    const DdcFault fault = next_fault(position() + peek(REG_DDC_OFFSET), count);
     if (fault == DdcFault::Never) return;
     running_ = time_.after(transaction_time(count), [this, fault] { finish_read(fault); });
 }
 
 void DdcMaster::finish_read(DdcFault fault)
 {
-    const uint8_t segment = peek(REG_SEGMENT);
+    const uint8_t segment = peek(REG_DDC_SEGMENT);
     if (fault == DdcFault::Hang) return hang();
-    if (fault == DdcFault::Arbitration) return end(STATUS_ARBITRATION);
-    const bool answers = display_.plugged() && peek(REG_SLAVE) == SLAVE_EDID;
+    if (fault == DdcFault::Arbitration) return end(DDC_ARBITRATION);
+    const bool answers = display_.plugged() && peek(REG_DDC_SLAVE) == DDC_SLAVE_EDID;
     if (fault == DdcFault::NoAcknowledge || !answers || (segment != 0 && !display_.knows_segments()))
-        return end(STATUS_NO_ACKNOWLEDGE);
-    uint8_t offset = peek(REG_OFFSET); // wraps inside the segment
-    for (unsigned left = peek(REG_COUNT); left > 0; --left) push(display_.edid_byte(position() + offset++));
-    end(STATUS_DONE);
+        return end(DDC_NO_ACKNOWLEDGE);
+    uint8_t offset = peek(REG_DDC_OFFSET); // wraps inside the segment
+    for (unsigned left = peek(REG_DDC_COUNT); left > 0; --left) push(display_.edid_byte(position() + offset++));
+    end(DDC_DONE);
 }
 
 void DdcMaster::push(uint8_t byte)
@@ -127,7 +119,7 @@ void DdcMaster::hang()
 {
     time_.cancel(running_);
     state_ = State::Hung;
-    status_ = STATUS_BUS_WAIT;
+    status_ = DDC_BUS_WAIT;
     interrupt_(Interrupt::BusHang);
 }
 

@@ -42,7 +42,6 @@ public:
     {
     }
 
-    static constexpr uint8_t FIRST_REGISTER = 0x10, LAST_REGISTER = 0x17;
     /** One of its registers as the chip's bus reads and writes it. Reading the FIFO takes its oldest byte. */
     uint8_t read(uint8_t reg);
     void write(uint8_t reg, uint8_t value);

@@ -38,6 +38,12 @@ constexpr RegisterRow REGISTERS[] = {
 // clang-format on
 constexpr RegisterMap MAP{REGISTERS};
 
+uint8_t count_clock(double clock_khz)
+{
+    // Pixels against the chip's own clock: 128 of it for 27 MHz.
+    return static_cast<uint8_t>(std::clamp(std::lround(3'456'000 / clock_khz), 1L, 255L));
+}
+
 } // namespace
 
 uint8_t ReceiverChip::fault_bits(Fault fault)
@@ -252,12 +258,6 @@ void ReceiverChip::start_measuring()
     if (in_reset(RESET_VIDEO)) return;
     if (lock_time_ == 0) return measure();
     measure_event_ = time_.after(Micros{2} * signal()->format.field_us(), [this] { measure(); });
-}
-
-static uint8_t count_clock(double clock_khz)
-{
-    // Pixels against the chip's own clock: 128 of it for 27 MHz.
-    return static_cast<uint8_t>(std::clamp(std::lround(3'456'000 / clock_khz), 1L, 255L));
 }
 
 void ReceiverChip::show_timing(const Signal& signal)

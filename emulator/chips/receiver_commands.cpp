@@ -3,7 +3,9 @@
 
 namespace emu {
 
-static Reply error_command(ReceiverChip& receiver, Args& args)
+namespace {
+
+Reply error_command(ReceiverChip& receiver, Args& args)
 {
     const std::string kind = args.choice({"fifo", "audio", "ecc"});
     const auto fault = kind == "fifo"    ? ReceiverChip::Fault::Fifo
@@ -20,7 +22,7 @@ static Reply error_command(ReceiverChip& receiver, Args& args)
     return {};
 }
 
-static Reply storm_command(ReceiverChip& receiver, Args& args)
+Reply storm_command(ReceiverChip& receiver, Args& args)
 {
     const Micros period =
         args.optional("off") ? 0 : static_cast<Micros>(args.number("microseconds or off", 1, 1'000'000'000));
@@ -28,6 +30,8 @@ static Reply storm_command(ReceiverChip& receiver, Args& args)
     receiver.storm(period);
     return {};
 }
+
+} // namespace
 
 void add_receiver_commands(CommandTable& commands, ReceiverChip& receiver)
 {

@@ -24,10 +24,10 @@ constexpr RegisterRow BANK_0[] = {
     {REG_CLEAR_1, REG_CLEAR_2, 0x00, 0xFF, 0x00, "interrupts to clear"},
     {REG_SYSTEM, REG_SYSTEM, 0x00, SYSTEM_CLEAR, 0x00, "system"},
     {REG_CLOCKS, REG_CLOCKS, 0x78, 0x7F, 0x00, "clocks and bank"}, // all gated
-    {DdcMaster::FIRST_REGISTER, DdcMaster::LAST_REGISTER, 0x00, 0x00, 0x00, "DDC"}, // the DDC master keeps its own
-    {0x20, 0x20, 0x00, 0xFF, 0x00, ""},
-    {0x37, 0x37, 0x01, 0xFF, 0x00, ""},
-    {0x58, 0x59, 0x00, 0xFF, 0x00, ""},
+    {REG_DDC_MASTER, REG_DDC_FIFO, 0x00, 0x00, 0x00, "DDC"}, // the DDC master keeps its own
+    {0x20, 0x20, 0x00, 0xFF, 0x00, "", true},
+    {0x37, 0x37, 0x01, 0xFF, 0x00, "", true},
+    {REG_AUDIO_CLOCK, 0x59, 0x00, 0xFF, 0x00, ""},
     {0x5C, 0x5C, 0x00, 0xFF, 0x00, ""},
     {REG_SPDIF_STATUS, REG_SPDIF_STATUS, 0x00, 0x00, 0x00, "S/PDIF status"},
     {REG_AFE_DRIVER, REG_AFE_DRIVER, 0x30, 0xFF, 0x00, "front end: driver"}, // off
@@ -35,15 +35,16 @@ constexpr RegisterRow BANK_0[] = {
     {REG_AFE_PLL_2, REG_AFE_PLL_2, 0x40, 0xFF, 0x00, "front end: PLL 2"}, // off
     {0x65, 0x65, 0x00, 0xFF, 0x00, ""},
     {REG_AFE_SWING, REG_AFE_SWING, 0x00, 0xFF, 0x00, "front end: swing"},
-    {REG_INPUT, REG_MATRIX + MATRIX_SIZE - 1, 0x00, 0xFF, 0x00, "input and colour matrix"},
+    {REG_INPUT, REG_MATRIX_LAST, 0x00, 0xFF, 0x00, "input and colour matrix"},
     {0x8D, 0x8D, 0x00, 0xFF, 0x00, ""},
     {REG_HDMI, REG_GENERAL, 0x00, 0xFF, 0x00, "HDMI mode and general control"},
-    {REG_CTS_SOURCE, 0xC6, 0x00, 0xFF, 0x00, "packet control"},
+    {REG_CTS_SOURCE, REG_CTS_SOURCE, 0x00, 0xFF, 0x00, "packet control", true},
+    {0xC6, 0xC6, 0x00, 0xFF, 0x00, "packet control"},
     {REG_SEND_AVI, REG_SEND_AUDIO, 0x00, 0x03, 0x00, "info frames to send"},
     {0xD1, 0xD1, 0x00, 0xFF, 0x00, ""},
     {REG_SEND_VENDOR, REG_SEND_VENDOR, 0x00, 0x03, 0x00, "vendor frame to send"},
-    {REG_AUDIO_ENABLE, 0xE5, 0x00, 0xFF, 0x00, "audio"},
-    {REG_EXTENDED, REG_EXTENDED, 0x00, 0x00, 0xFF, "extended status"},
+    {REG_AUDIO_ENABLE, REG_AUDIO_TYPE + 1, 0x00, 0xFF, 0x00, "audio"},
+    {REG_STATUS_EXTENDED, REG_STATUS_EXTENDED, 0x00, 0x00, 0xFF, "extended status"},
     {REG_LOCK, REG_LOCK, 0xFF, 0xFF, 0x00, "lock"},
 };
 constexpr RegisterRow BANK_1[] = {
@@ -54,7 +55,6 @@ constexpr RegisterRow BANK_1[] = {
     {REG_STATUS_MODE, REG_STATUS_CHANNEL, 0x00, 0xFF, 0x00, "channel status"},
     {REG_STATUS_RATE, REG_STATUS_WORD, 0x00, 0xFF, 0x00, "channel status"},
 };
-constexpr uint8_t PROTECTED[] = {0x20, 0x37, REG_CTS_SOURCE};
 // clang-format on
 
 constexpr uint8_t FIRST_BANKED = 0x30;
@@ -63,7 +63,7 @@ constexpr RegisterMap MAP_0{BANK_0}, MAP_1{BANK_1};
 
 bool is_ddc(uint8_t reg)
 {
-    return reg >= DdcMaster::FIRST_REGISTER && reg <= DdcMaster::LAST_REGISTER;
+    return reg >= REG_DDC_MASTER && reg <= REG_DDC_FIFO;
 }
 
 } // namespace
@@ -113,7 +113,7 @@ void TransmitterChip::fail_ddc_fifo()
 
 void TransmitterChip::raise_extended(uint8_t bits)
 {
-    registers_[REG_EXTENDED] |= bits;
+    registers_[REG_STATUS_EXTENDED] |= bits;
 }
 
 void TransmitterChip::latch(uint8_t bits)
@@ -124,7 +124,7 @@ void TransmitterChip::latch(uint8_t bits)
 bool TransmitterChip::pending() const
 {
     const unsigned unmasked = (registers_[REG_STATUS_1] & ~registers_[REG_MASK_1]) |
-                              (registers_[REG_EXTENDED] & ~registers_[REG_MASK_EXTENDED]);
+                              (registers_[REG_STATUS_EXTENDED] & ~registers_[REG_MASK_EXTENDED]);
     return (unmasked & 0xFF) != 0;
 }
 
@@ -165,8 +165,7 @@ void TransmitterChip::write_register(uint8_t reg, uint8_t value)
 
 void TransmitterChip::write_bank_0(uint8_t reg, uint8_t value)
 {
-    const bool is_protected = std::find(std::begin(PROTECTED), std::end(PROTECTED), reg) != std::end(PROTECTED);
-    if (is_protected && lock_ != Lock::Open) {
+    if (MAP_0.is_protected(reg) && lock_ != Lock::Open) {
         ++locked_writes_;
         return;
     }

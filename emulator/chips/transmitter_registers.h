@@ -29,6 +29,20 @@ constexpr uint8_t REG_CLOCKS = 0x0F;
 constexpr uint8_t   CLOCKS_BANK = 0x01;
 constexpr uint8_t   CLOCKS_GATED = 0x60;        // output clocks are off
 constexpr uint8_t   CLOCKS_CONVERTER_OFF = 0x10;
+
+// The DDC master.
+constexpr uint8_t REG_DDC_MASTER = 0x10;
+constexpr uint8_t   DDC_MASTER_HOST = 0x01;     // the host commands the bus; 0: the copy protection engine does
+constexpr uint8_t REG_DDC_SLAVE = 0x11;
+constexpr uint8_t   DDC_SLAVE_EDID = 0xA0;
+constexpr uint8_t REG_DDC_OFFSET = 0x12, REG_DDC_COUNT = 0x13, REG_DDC_SEGMENT = 0x14;
+constexpr uint8_t REG_DDC_COMMAND = 0x15;
+constexpr uint8_t   DDC_EDID_READ = 0x03, DDC_FIFO_CLEAR = 0x09, DDC_ABORT = 0x0F;
+constexpr uint8_t REG_DDC_STATUS = 0x16;        // read-only: how the last command ended, 0 while it runs
+constexpr uint8_t   DDC_DONE = 0x80, DDC_ARBITRATION = 0x20, DDC_BUS_WAIT = 0x10, DDC_NO_ACKNOWLEDGE = 0x08;
+constexpr uint8_t REG_DDC_FIFO = 0x17;          // read-only: its oldest byte, which a read takes out
+
+constexpr uint8_t REG_AUDIO_CLOCK = 0x58;
 constexpr uint8_t REG_SPDIF_STATUS = 0x5F;      // read-only: bit 5 input ready; the board has no S/PDIF line to the chip
 constexpr uint8_t REG_AFE_DRIVER = 0x61;
 constexpr uint8_t   DRIVER_RESET = 0x10, DRIVER_OFF = 0x20;
@@ -42,7 +56,7 @@ constexpr uint8_t REG_INPUT = 0x70;
 constexpr uint8_t   INPUT_COLOUR = 0xC0, INPUT_YUV422 = 0x40, INPUT_YUV444 = 0x80;
 constexpr uint8_t REG_CONVERTER = 0x72;
 constexpr uint8_t   CONVERTER_MODE = 0x03, CONVERTER_TO_YUV = 0x02, CONVERTER_TO_RGB = 0x03;
-constexpr uint8_t REG_MATRIX = 0x73, MATRIX_SIZE = 21;
+constexpr uint8_t REG_MATRIX = 0x73, MATRIX_SIZE = 21, REG_MATRIX_LAST = 0x87;
 constexpr uint8_t REG_HDMI = 0xC0;
 constexpr uint8_t   HDMI_MODE = 0x01;
 constexpr uint8_t REG_GENERAL = 0xC1;
@@ -53,7 +67,8 @@ constexpr uint8_t REG_SEND_AVI = 0xCD, REG_SEND_AUDIO = 0xCE, REG_SEND_VENDOR = 
 constexpr uint8_t   SEND = 0x01;
 constexpr uint8_t REG_AUDIO_ENABLE = 0xE0;
 constexpr uint8_t   AUDIO_PAIRS = 0x0F, AUDIO_SPDIF = 0x10;
-constexpr uint8_t REG_EXTENDED = 0xEE;          // latched by events; writing 1 clears a bit
+constexpr uint8_t REG_AUDIO_MODE = 0xE1, REG_AUDIO_MAP = 0xE2, REG_AUDIO_SOURCE = 0xE3, REG_AUDIO_TYPE = 0xE4;
+constexpr uint8_t REG_STATUS_EXTENDED = 0xEE;   // latched by events; writing 1 clears a bit
 constexpr uint8_t   EXTENDED_DDC_HANG = 0x08;
 constexpr uint8_t REG_LOCK = 0xF8;              // 0x6E, 0xB7 opens; anything else closes
 constexpr uint8_t   LOCK_FIRST = 0x6E, LOCK_SECOND = 0xB7;

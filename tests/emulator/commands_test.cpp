@@ -173,12 +173,12 @@ TEST(EdidRom, HostHasWhatTheControlBitsGive)
         SCOPED_TRACE(c.what);
         const uint8_t control[] = {2, c.control}, write[] = {0x10, 0x77}, offset[] = {0x10};
         box.edid_rom().fill(0);
-        ASSERT_EQ(box.i2c().write(0x1C, control), 0);
-        EXPECT_EQ(box.i2c().write(0x50, write), 0);
+        ASSERT_EQ(box.i2c().write(emu::i2c_address::BOARD, control), 0);
+        EXPECT_EQ(box.i2c().write(emu::i2c_address::EDID_ROM, write), 0);
         EXPECT_EQ(box.edid_rom().bytes()[0x10], c.written ? 0x77 : 0);
         EXPECT_EQ(box.edid_rom().lost_writes(), lost += !c.written);
         uint8_t value[1] = {0xFF};
-        EXPECT_EQ(box.i2c().read(0x50, offset, value), c.read);
+        EXPECT_EQ(box.i2c().read(emu::i2c_address::EDID_ROM, offset, value), c.read);
         EXPECT_EQ(value[0], c.read != 0 ? 0xFF : box.edid_rom().bytes()[0x10]);
     }
     const std::string name = box.root().path() + "/long.bin";
@@ -194,7 +194,7 @@ TEST(BoardController, KeysAndLedsAreWhatAPersonSees)
     emu::BoardController& board = bench::box().board();
     const auto read = [](uint8_t reg) {
         uint8_t value[1] = {};
-        EXPECT_EQ(bench::box().i2c().read(0x1C, std::span(&reg, 1), value), 0);
+        EXPECT_EQ(bench::box().i2c().read(emu::i2c_address::BOARD, std::span(&reg, 1), value), 0);
         return value[0];
     };
     bench::tell("key stop");
@@ -206,7 +206,7 @@ TEST(BoardController, KeysAndLedsAreWhatAPersonSees)
 
     const auto light = [](uint8_t lit) {
         const uint8_t bytes[] = {5, lit};
-        EXPECT_EQ(bench::box().i2c().write(0x1C, bytes), 0);
+        EXPECT_EQ(bench::box().i2c().write(emu::i2c_address::BOARD, bytes), 0);
         bench::run_for(std::chrono::milliseconds(400));
     };
     using enum emu::LedLook;

@@ -1,6 +1,7 @@
 // The sources and the receiver chip of the emulated box, held against the standards they are written from.
 #include "emulator/base/timeline.h"
 #include "emulator/chips/receiver_chip.h"
+#include "emulator/chips/receiver_registers.h"
 #include "emulator/commands/commands.h"
 #include "emulator/world/formats.h"
 #include "emulator/world/info_frames.h"
@@ -17,6 +18,10 @@
 namespace {
 
 using namespace emu;
+using namespace emu::rx;
+
+/** What the status register says of an HDMI picture at the first port that is received and measured. */
+constexpr uint8_t HDMI_PICTURE = STATUS_POWER_0 | STATUS_SCDT | STATUS_HDMI | STATUS_MEASURED;
 
 /** Two sources and the receiver on a desk, reached as the bus reaches it. */
 struct Desk {
@@ -57,8 +62,8 @@ struct Desk {
     }
     void clear_latches()
     {
-        for (uint8_t bits : std::array<uint8_t, 3>{0x01, 0xC2, 0x0C}) pulse(0x19, bits);
-        pulse(0x18, 0x80);
+        for (uint8_t group : {PULSE_GROUP1, PULSE_GROUP2, PULSE_ECC, PULSE_AUDIO}) pulse(REG_PULSE, group);
+        pulse(REG_MASK3, MASK3_FIFO_CLEAR);
     }
     /** A picture that is on and whose events are dealt with. */
     void settle(const std::string& line)
@@ -136,17 +141,17 @@ TEST(InfoFrames, AreThoseOfKnownSources)
         uint8_t reg;
         std::vector<uint8_t> bytes;
     } known[] = {
-        {"1080p60", 0xAC, {0x02, 0x27, 0x10, 0x28, 0x00, 0x10, 0x00}},
-        {"480i60 colour yuv444 aspect 4:3", 0xAC, {0x02, 0xC0, 0x50, 0x58, 0x00, 0x06, 0x01}},
-        {"720p50 colour yuv422 709", 0xAC, {0x02, 0x84, 0x30, 0xA8, 0x00, 0x13, 0x00}},
-        {"1080p60 avi wrong", 0xAC, {0x02, 0xC7, 0x70, 0x28, 0x00, 0x10, 0x00}},
-        {"1080p60 colour yuv444 xv709", 0xAC, {0x02, 0x17, 0x50, 0xE8, 0x10, 0x10, 0x00}},
-        {"1080p60 avi off", 0xAC, {0x00, 0x00, 0x00, 0x00}},
-        {"1080p60 dvi", 0xAC, {0x00, 0x00, 0x00, 0x00}},
-        {"1080p60 audio lpcm 48000 2", 0xDC, {0x01, 0x70, 0x01, 0x00, 0x00, 0x00, 0x00, 0x0A}},
-        {"1080p60 audio lpcm 96000 6", 0xDC, {0x01, 0x61, 0x05, 0x00, 0x00, 0x0B, 0x00, 0x0A}},
-        {"1080p30 vendor vic 1", 0xBD, {0x81, 0x01, 0x05, 0x49, 0x03, 0x0C, 0x00, 0x20, 0x01}},
-        {"720p60 vendor 3d side-by-side", 0xBD, {0x81, 0x01, 0x06, 0xA9, 0x03, 0x0C, 0x00, 0x40, 0x80, 0x00}},
+        {"1080p60", REG_AVI, {0x02, 0x27, 0x10, 0x28, 0x00, 0x10, 0x00}},
+        {"480i60 colour yuv444 aspect 4:3", REG_AVI, {0x02, 0xC0, 0x50, 0x58, 0x00, 0x06, 0x01}},
+        {"720p50 colour yuv422 709", REG_AVI, {0x02, 0x84, 0x30, 0xA8, 0x00, 0x13, 0x00}},
+        {"1080p60 avi wrong", REG_AVI, {0x02, 0xC7, 0x70, 0x28, 0x00, 0x10, 0x00}},
+        {"1080p60 colour yuv444 xv709", REG_AVI, {0x02, 0x17, 0x50, 0xE8, 0x10, 0x10, 0x00}},
+        {"1080p60 avi off", REG_AVI, {0x00, 0x00, 0x00, 0x00}},
+        {"1080p60 dvi", REG_AVI, {0x00, 0x00, 0x00, 0x00}},
+        {"1080p60 audio lpcm 48000 2", REG_AUDIO_FRAME, {0x01, 0x70, 0x01, 0x00, 0x00, 0x00, 0x00, 0x0A}},
+        {"1080p60 audio lpcm 96000 6", REG_AUDIO_FRAME, {0x01, 0x61, 0x05, 0x00, 0x00, 0x0B, 0x00, 0x0A}},
+        {"1080p30 vendor vic 1", REG_VENDOR, {0x81, 0x01, 0x05, 0x49, 0x03, 0x0C, 0x00, 0x20, 0x01}},
+        {"720p60 vendor 3d side-by-side", REG_VENDOR, {0x81, 0x01, 0x06, 0xA9, 0x03, 0x0C, 0x00, 0x40, 0x80, 0x00}},
     };
     for (const auto& row : known) {
         SCOPED_TRACE(row.plug);
@@ -162,7 +167,7 @@ TEST(Receiver, MeasuresTheTimingOfThePicture)
 {
     static const struct {
         const char* plug;
-        std::vector<uint8_t> timing; // 0x58 to 0x64
+        std::vector<uint8_t> timing; // from REG_TIMING on
     } known[] = {
         {"1080p60", {0x00, 0x98, 0x78, 0x80, 44, 0x00, 88, 0x65, 0x44, 0x38, 41, 4, 23}},
         {"1080i50", {0x02, 0x50, 0x7A, 0x80, 44, 0x20, 0x10, 0x32, 0x22, 0x1C, 20, 2, 47}},
@@ -176,9 +181,9 @@ TEST(Receiver, MeasuresTheTimingOfThePicture)
         SCOPED_TRACE(row.plug);
         Desk desk;
         desk.settle(std::string("source 0 plug ") + row.plug);
-        EXPECT_EQ(desk.get(0x58, row.timing.size()), row.timing);
-        EXPECT_EQ(desk.get(0x10), 0xB7);
-        EXPECT_NE(desk.get(0x9A), 0xFF);
+        EXPECT_EQ(desk.get(REG_TIMING, row.timing.size()), row.timing);
+        EXPECT_EQ(desk.get(REG_STATUS), HDMI_PICTURE);
+        EXPECT_NE(desk.get(REG_LINK_COUNT), 0xFF);
     }
 }
 
@@ -187,7 +192,7 @@ TEST(Receiver, TellsTheSoundAsItsChannelStatusDoes)
 {
     static constexpr struct {
         const char* audio;
-        uint8_t kind, rate_code, status0, status2, lengths; // 0x8A, 0x84 bits 0-3, 0x9C, 0x9E, 0x9F
+        uint8_t kind, rate_code, status0, status2, lengths; // audio, sampling frequency, three bytes of channel status
     } sounds[] = {
         {"none", 0x00, 0, 0, 0, 0},
         {"lpcm", 0x81, 2, 0x04, 0x20, 0xB0},
@@ -207,11 +212,11 @@ TEST(Receiver, TellsTheSoundAsItsChannelStatusDoes)
         SCOPED_TRACE(row.audio);
         Desk desk;
         desk.settle(std::string("source 0 plug 720p60 audio ") + row.audio);
-        EXPECT_EQ(desk.get(0x8A), row.kind);
-        EXPECT_EQ(desk.get(0x84) & 0x0F, row.rate_code);
-        EXPECT_EQ(desk.get(0x9C), row.status0);
-        EXPECT_EQ(desk.get(0x9E), row.status2);
-        EXPECT_EQ(desk.get(0x9F), row.lengths);
+        EXPECT_EQ(desk.get(REG_AUDIO), row.kind);
+        EXPECT_EQ(desk.get(REG_FS_DEPTH) & 0x0F, row.rate_code);
+        EXPECT_EQ(desk.get(REG_CHANNEL_STATUS), row.status0);
+        EXPECT_EQ(desk.get(REG_CHANNEL_STATUS + 2), row.status2);
+        EXPECT_EQ(desk.get(REG_CHANNEL_STATUS + 3), row.lengths);
     }
 }
 
@@ -223,25 +228,26 @@ TEST(Receiver, LatchesEventsUntilTheirOwnPulse)
         const char *event, *before;
         uint8_t reg, bits, pulse_reg, pulse;
     } events[] = {
-        {"source 0 5v off", "", 0x13, 0x0A, 0x19, 0x01},
-        {"source 0 5v on", "source 0 5v off", 0x13, 0x05, 0x19, 0x01},
-        {"source 0 sync off", "", 0x13, 0x08, 0x19, 0x01},
-        {"source 0 sync on", "source 0 sync off", 0x13, 0x04, 0x19, 0x01},
-        {"source 0 dvi", "", 0x13, 0x10, 0x19, 0x01},
-        {"source 0 hdmi", "source 0 dvi", 0x13, 0x10, 0x19, 0x01},
-        {"source 0 format 720p50", "", 0x13, 0x2C, 0x19, 0x01},
-        {"source 0 format 1080i60 seamless", "", 0x13, 0x20, 0x19, 0x01},
-        {"source 0 drop 1", "", 0x13, 0x0C, 0x19, 0x01},
-        {"source 0 mute on", "", 0x14, 0x01, 0x19, 0xC2},
-        {"source 0 mute off", "source 0 mute on", 0x14, 0x80, 0x19, 0xC2},
-        {"source 0 colour yuv422", "", 0x14, 0x04, 0x19, 0xC2},
-        {"source 0 vendor 3d top-bottom", "", 0x8B, 0x04, 0x19, 0xC2},
-        {"source 0 audio lpcm 44100", "", 0x15, 0x1B, 0x18, 0x80},
-        {"receiver error fifo", "", 0x15, 0x03, 0x18, 0x80},
-        {"receiver error audio", "", 0x15, 0x18, 0x19, 0x08},
-        {"receiver error ecc", "", 0x15, 0x04, 0x19, 0x04},
-        {"source 0 audio none", "", 0x15, 0x00, 0x19, 0x0C},
-        {"source 0 clock-error 2", "", 0x13, 0x00, 0x19, 0x01},
+        {"source 0 5v off", "", REG_INT1, INT1_POWER_OFF | INT1_SCDT_OFF, REG_PULSE, PULSE_GROUP1},
+        {"source 0 5v on", "source 0 5v off", REG_INT1, INT1_POWER_ON | INT1_SCDT_ON, REG_PULSE, PULSE_GROUP1},
+        {"source 0 sync off", "", REG_INT1, INT1_SCDT_OFF, REG_PULSE, PULSE_GROUP1},
+        {"source 0 sync on", "source 0 sync off", REG_INT1, INT1_SCDT_ON, REG_PULSE, PULSE_GROUP1},
+        {"source 0 dvi", "", REG_INT1, INT1_HDMI_CHANGE, REG_PULSE, PULSE_GROUP1},
+        {"source 0 hdmi", "source 0 dvi", REG_INT1, INT1_HDMI_CHANGE, REG_PULSE, PULSE_GROUP1},
+        {"source 0 format 720p50", "", REG_INT1, INT1_SCDT_OFF | INT1_SCDT_ON | INT1_MODE_CHANGE, REG_PULSE,
+         PULSE_GROUP1},
+        {"source 0 format 1080i60 seamless", "", REG_INT1, INT1_MODE_CHANGE, REG_PULSE, PULSE_GROUP1},
+        {"source 0 drop 1", "", REG_INT1, INT1_SCDT_OFF | INT1_SCDT_ON, REG_PULSE, PULSE_GROUP1},
+        {"source 0 mute on", "", REG_INT2, INT2_MUTE_SET, REG_PULSE, PULSE_GROUP2},
+        {"source 0 mute off", "source 0 mute on", REG_INT2, INT2_MUTE_CLEAR, REG_PULSE, PULSE_GROUP2},
+        {"source 0 colour yuv422", "", REG_INT2, INT2_AVI, REG_PULSE, PULSE_GROUP2},
+        {"source 0 vendor 3d top-bottom", "", REG_INT2_MORE, INT2_VENDOR, REG_PULSE, PULSE_GROUP2},
+        {"source 0 audio lpcm 44100", "", REG_INT3, INT3_AUDIO | INT3_FIFO, REG_MASK3, MASK3_FIFO_CLEAR},
+        {"receiver error fifo", "", REG_INT3, INT3_FIFO, REG_MASK3, MASK3_FIFO_CLEAR},
+        {"receiver error audio", "", REG_INT3, INT3_AUDIO, REG_PULSE, PULSE_AUDIO},
+        {"receiver error ecc", "", REG_INT3, INT3_ECC, REG_PULSE, PULSE_ECC},
+        {"source 0 audio none", "", REG_INT3, 0, REG_PULSE, PULSE_AUDIO | PULSE_ECC},
+        {"source 0 clock-error 2", "", REG_INT1, 0, REG_PULSE, PULSE_GROUP1},
     };
     for (const auto& row : events) {
         SCOPED_TRACE(row.event);
@@ -252,9 +258,9 @@ TEST(Receiver, LatchesEventsUntilTheirOwnPulse)
         desk.run_ms(2000);
         EXPECT_EQ(desk.get(row.reg), row.bits);
         EXPECT_EQ(desk.get(row.reg), row.bits);
-        for (uint8_t other : std::array<uint8_t, 4>{0x01, 0xC2, 0x04, 0x08})
-            if (row.pulse_reg != 0x19 || (row.pulse & other) == 0) desk.pulse(0x19, other);
-        const uint8_t left = row.pulse_reg == 0x18 ? row.bits & 0x03 : row.bits;
+        for (uint8_t other : {PULSE_GROUP1, PULSE_GROUP2, PULSE_ECC, PULSE_AUDIO})
+            if (row.pulse_reg != REG_PULSE || (row.pulse & other) == 0) desk.pulse(REG_PULSE, other);
+        const uint8_t left = row.pulse_reg == REG_MASK3 ? row.bits & INT3_FIFO : row.bits;
         EXPECT_EQ(desk.get(row.reg), left);
         desk.pulse(row.pulse_reg, row.pulse);
         EXPECT_EQ(desk.get(row.reg), 0);
@@ -266,21 +272,21 @@ TEST(Receiver, HeldPulseLatchesNothingAndStormComesBack)
 {
     Desk desk;
     desk.settle("source 0 plug 1080p60");
-    desk.set(0x19, 0x01);
+    desk.set(REG_PULSE, PULSE_GROUP1);
     desk.tell("source 0 sync off");
-    EXPECT_EQ(desk.get(0x13), 0x00);
-    desk.set(0x19, 0x00);
+    EXPECT_EQ(desk.get(REG_INT1), 0);
+    desk.set(REG_PULSE, 0);
     desk.tell("receiver storm 500");
     for (int round = 0; round < 3; ++round) {
         desk.run_ms(1);
-        for (uint8_t reg : std::array<uint8_t, 4>{0x13, 0x14, 0x15, 0x8B}) EXPECT_EQ(desk.get(reg), 0xFF);
-        desk.set(0x19, 0xCF);
-        desk.set(0x19, 0x00);
-        EXPECT_EQ(desk.get(0x13), 0x00);
+        for (uint8_t reg : {REG_INT1, REG_INT2, REG_INT3, REG_INT2_MORE}) EXPECT_EQ(desk.get(reg), 0xFF);
+        desk.set(REG_PULSE, 0xCF);
+        desk.set(REG_PULSE, 0);
+        EXPECT_EQ(desk.get(REG_INT1), 0);
     }
     desk.tell("receiver storm off");
     desk.run_ms(100);
-    EXPECT_EQ(desk.get(0x13), 0x00);
+    EXPECT_EQ(desk.get(REG_INT1), 0);
 }
 
 // Catches: timing registers that follow the sound, the packets or a lost picture, and ones that jump ahead of the
@@ -292,19 +298,19 @@ TEST(Receiver, TimingMovesOnlyWhenThePictureDoes)
         "source 1 plug 720p50",      "source 0 sync off",      "source 0 format 720p50"};
     Desk desk;
     desk.settle("source 0 plug 1080i60");
-    const auto before = desk.get(0x58, 13);
+    const auto before = desk.get(REG_TIMING, 13);
     for (const char* other : others) {
         SCOPED_TRACE(other);
         desk.tell(other);
         desk.run_ms(100);
-        EXPECT_EQ(desk.get(0x58, 13), before);
+        EXPECT_EQ(desk.get(REG_TIMING, 13), before);
     }
-    EXPECT_EQ(desk.get(0x9A), 0xFF);
+    EXPECT_EQ(desk.get(REG_LINK_COUNT), 0xFF);
     desk.tell("source 0 sync on");
     desk.run_ms(850);
-    EXPECT_EQ(desk.get(0x58, 13), before) << "a change of format takes a source a second";
+    EXPECT_EQ(desk.get(REG_TIMING, 13), before) << "a change of format takes a source a second";
     desk.run_ms(200);
-    EXPECT_EQ(desk.get(0x5F), 750 & 0xFF);
+    EXPECT_EQ(desk.get(REG_TIMING + 7), 750 & 0xFF);
 }
 
 // Catches: a source that does not notice the terminators, and a receiver that takes 5 V for a picture.
@@ -319,17 +325,17 @@ TEST(Source, StopsWithoutTerminatorsAndStartsAgainAfterItsDelay)
         Desk desk;
         desk.settle("source 0 plug 1080p60");
         desk.tell(std::string("source 0 sync-delay ") + row.delay);
-        desk.set(0x07, 0x0C);
-        EXPECT_EQ(desk.get(0x10), 0x01);
-        EXPECT_EQ(desk.get(0x13), 0x08);
+        desk.set(REG_PORT, 0x0C);
+        EXPECT_EQ(desk.get(REG_STATUS), STATUS_POWER_0);
+        EXPECT_EQ(desk.get(REG_INT1), INT1_SCDT_OFF);
         desk.run_ms(10'000);
-        EXPECT_EQ(desk.get(0x10), 0x01);
-        desk.set(0x07, 0x00);
+        EXPECT_EQ(desk.get(REG_STATUS), STATUS_POWER_0);
+        desk.set(REG_PORT, 0x00);
         desk.run_ms(row.absent_ms);
-        EXPECT_EQ(desk.get(0x10) & 0x06, 0x00);
+        EXPECT_EQ(desk.get(REG_STATUS) & STATUS_SCDT, 0);
         if (row.present_ms == 0) continue;
         desk.run_ms(row.present_ms - row.absent_ms);
-        EXPECT_EQ(desk.get(0x10) & 0x06, 0x06);
+        EXPECT_EQ(desk.get(REG_STATUS) & STATUS_SCDT, STATUS_SCDT);
     }
 }
 
@@ -340,13 +346,13 @@ TEST(Source, LosesSyncAsOftenAsItIsTold)
     desk.tell("source 0 drop 15 100");
     int losses = 0;
     for (int ms = 0; ms < 5000; ms += 20) {
-        losses += (desk.get(0x13) & 0x08) != 0;
-        desk.set(0x19, 0x01);
-        desk.set(0x19, 0x00);
+        losses += (desk.get(REG_INT1) & INT1_SCDT_OFF) != 0;
+        desk.set(REG_PULSE, PULSE_GROUP1);
+        desk.set(REG_PULSE, 0);
         desk.run_ms(20);
     }
     EXPECT_EQ(losses, 15);
-    EXPECT_EQ(desk.get(0x10), 0xB7);
+    EXPECT_EQ(desk.get(REG_STATUS), HDMI_PICTURE);
 }
 
 // Catches: registers that show another port's source, and a switch between two equal pictures that nobody notices.
@@ -355,21 +361,21 @@ TEST(Receiver, ShowsTheSelectedConnectorAtItsFirstPort)
     Desk desk;
     desk.settle("source 0 plug 1080p60");
     desk.settle("source 1 plug 1080p60 dvi");
-    EXPECT_EQ(desk.get(0x10), 0xBF);
+    EXPECT_EQ(desk.get(REG_STATUS), HDMI_PICTURE | STATUS_POWER_1);
     desk.chip.select_port(1);
-    EXPECT_EQ(desk.get(0x10), 0x09);
+    EXPECT_EQ(desk.get(REG_STATUS), STATUS_POWER_0 | STATUS_POWER_1);
     desk.run_ms(100);
-    EXPECT_EQ(desk.get(0x10), 0xAF);
-    EXPECT_EQ(desk.get(0x13), 0x1C);
+    EXPECT_EQ(desk.get(REG_STATUS), (HDMI_PICTURE | STATUS_POWER_1) & ~STATUS_HDMI);
+    EXPECT_EQ(desk.get(REG_INT1), INT1_SCDT_ON | INT1_SCDT_OFF | INT1_HDMI_CHANGE);
     desk.clear_latches();
     desk.tell("source 0 unplug");
-    EXPECT_EQ(desk.get(0x13), 0x00);
-    EXPECT_EQ(desk.get(0x10), 0xAF);
+    EXPECT_EQ(desk.get(REG_INT1), 0);
+    EXPECT_EQ(desk.get(REG_STATUS), (HDMI_PICTURE | STATUS_POWER_1) & ~STATUS_HDMI);
     desk.chip.select_port(0);
-    EXPECT_EQ(desk.get(0x10), 0x08);
-    EXPECT_EQ(desk.get(0x13) & 0x02, 0x02);
+    EXPECT_EQ(desk.get(REG_STATUS), STATUS_POWER_1);
+    EXPECT_EQ(desk.get(REG_INT1) & INT1_POWER_OFF, INT1_POWER_OFF);
     desk.chip.select_port(-1);
-    EXPECT_EQ(desk.get(0x10), 0x08);
+    EXPECT_EQ(desk.get(REG_STATUS), STATUS_POWER_1);
 }
 
 // Catches: resets that do nothing, lose what the driver has set, or leave the receiver dead.
@@ -377,29 +383,30 @@ TEST(Receiver, ComesBackFromEveryReset)
 {
     static constexpr struct {
         const char* what;
-        uint8_t held, status, link_count, kind, kept; // 0x05, then 0x10, 0x9A, 0x8A, and 0x3D while it is held
-    } resets[] = {{"software", 0x21, 0x01, 0xFF, 0x00, 0x40},
+        uint8_t held, status, link_count, kind,
+            kept; // reset register; status, link clock, audio and 0x3D while it is held
+    } resets[] = {{"software", 0x21, STATUS_POWER_0, 0xFF, 0x00, 0x40},
                   {"video", 0xA0, 0x17, 0xFF, 0x81, 0x40},
-                  {"audio", 0x24, 0xB7, 23, 0x00, 0x40},
-                  {"registers", 0x10, 0xB7, 23, 0x81, 0x00}};
+                  {"audio", 0x24, HDMI_PICTURE, 23, 0x00, 0x40},
+                  {"registers", 0x10, HDMI_PICTURE, 23, 0x81, 0x00}};
     for (const auto& row : resets) {
         SCOPED_TRACE(row.what);
         Desk desk;
         desk.settle("source 0 plug 1080p60");
         desk.set(0x3D, 0x40);
-        desk.set(0x05, row.held);
-        EXPECT_EQ(desk.get(0x10), row.status);
-        EXPECT_EQ(desk.get(0x9A), row.link_count);
-        EXPECT_EQ(desk.get(0x8A), row.kind);
+        desk.set(REG_RESET, row.held);
+        EXPECT_EQ(desk.get(REG_STATUS), row.status);
+        EXPECT_EQ(desk.get(REG_LINK_COUNT), row.link_count);
+        EXPECT_EQ(desk.get(REG_AUDIO), row.kind);
         EXPECT_EQ(desk.get(0x3D), row.kept);
-        EXPECT_EQ(desk.get(0x13), 0x00);
+        EXPECT_EQ(desk.get(REG_INT1), 0);
         desk.run_ms(500);
-        EXPECT_EQ(desk.get(0x10), row.status) << "while it is held";
-        desk.set(0x05, 0x20);
+        EXPECT_EQ(desk.get(REG_STATUS), row.status) << "while it is held";
+        desk.set(REG_RESET, 0x20);
         desk.run_ms(100);
-        EXPECT_EQ(desk.get(0x10), 0xB7);
-        EXPECT_EQ(desk.get(0x8A), 0x81);
-        EXPECT_EQ(desk.get(0x5B), 1920 & 0xFF);
+        EXPECT_EQ(desk.get(REG_STATUS), HDMI_PICTURE);
+        EXPECT_EQ(desk.get(REG_AUDIO), 0x81);
+        EXPECT_EQ(desk.get(REG_TIMING + 3), 1920 & 0xFF);
     }
 }
 
@@ -408,18 +415,18 @@ TEST(Receiver, KeepsBanksApartAndStatusUnwritten)
 {
     Desk desk;
     desk.settle("source 0 plug 1080p60");
-    desk.set(0x20, 0x55);
-    desk.set(0x10, 0x00);
-    desk.set(0x64, 0x00);
-    desk.set(0x0F, 1);
-    EXPECT_EQ(desk.get(0x20), 0x00);
-    EXPECT_EQ(desk.get(0x10), 0x00);
-    desk.set(0x20, 0x66);
-    EXPECT_EQ(desk.get(0x0F), 1);
-    desk.set(0x0F, 0);
-    EXPECT_EQ(desk.get(0x20), 0x55);
-    EXPECT_EQ(desk.get(0x10), 0xB7);
-    EXPECT_EQ(desk.get(0x64), 23);
+    desk.set(REG_CONVERTER, 0x55);
+    desk.set(REG_STATUS, 0x00);
+    desk.set(REG_TIMING + 12, 0x00);
+    desk.set(REG_BANK, 1);
+    EXPECT_EQ(desk.get(REG_CONVERTER), 0x00);
+    EXPECT_EQ(desk.get(REG_STATUS), 0x00);
+    desk.set(REG_CONVERTER, 0x66);
+    EXPECT_EQ(desk.get(REG_BANK), 1);
+    desk.set(REG_BANK, 0);
+    EXPECT_EQ(desk.get(REG_CONVERTER), 0x55);
+    EXPECT_EQ(desk.get(REG_STATUS), HDMI_PICTURE);
+    EXPECT_EQ(desk.get(REG_TIMING + 12), 23);
 }
 
 // Catches: a refused command that has done half its work, and words that are taken for others.

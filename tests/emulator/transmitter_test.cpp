@@ -1,5 +1,6 @@
 // The emulated transmitter and displays against the standards and the chip's description.
 #include "emulator/chips/transmitter_chip.h"
+#include "emulator/chips/transmitter_registers.h"
 #include "emulator/commands/commands.h"
 #include "emulator/world/edids.h"
 #include "tests/support/bench.h"
@@ -19,6 +20,7 @@ namespace {
 using emu::MatrixKind;
 using emu::OutputSignal;
 using emu::Picture;
+using namespace emu::tx;
 
 /** A chip on a bench: registers by number, time by hand. */
 struct Chip {
@@ -41,39 +43,40 @@ struct Chip {
         return value;
     }
     void wait(emu::Micros us) { time.advance_to(time.now() + us); }
-    void bank(uint8_t number) { set(0x0F, {static_cast<uint8_t>((get(0x0F) & 0xFE) | number)}); }
+    void bank(uint8_t number) { set(REG_CLOCKS, {static_cast<uint8_t>((get(REG_CLOCKS) & ~CLOCKS_BANK) | number)}); }
     void tell(const std::string& line)
     {
         const emu::Reply reply = commands.run(line);
         EXPECT_TRUE(reply.ok) << reply.text;
     }
     /** Start a read of EDID bytes, segment by segment pointer. */
-    void start_read(uint8_t segment, uint8_t offset, uint8_t count) { set(0x10, {1, 0xA0, offset, count, segment, 3}); }
+    void start_read(uint8_t segment, uint8_t offset, uint8_t count)
+    {
+        set(REG_DDC_MASTER, {DDC_MASTER_HOST, DDC_SLAVE_EDID, offset, count, segment, DDC_EDID_READ});
+    }
     /** Everything on, 4:2:2 in, bypassed, HDMI, not muted; info frames as given by their data byte 1. */
     void run_output(uint8_t avi_1, uint8_t avi_sum)
     {
         chip.enable_output(true);
-        set(0x0F, {0x18});
-        set(0x05, {0x00});
-        set(0x61, {0x00, 0x18});
-        set(0x64, {0x0D});
-        set(0x68, {0x10});
-        set(0x04, {0x01});
-        set(0x70, {0x40});
-        set(0xC0, {0x01, 0x00});
+        set(REG_CLOCKS, {0x18});
+        set(REG_POWER, {0x00});
+        set(REG_AFE_DRIVER, {0x00, 0x18});
+        set(REG_AFE_PLL_2, {0x0D});
+        set(REG_AFE_SWING, {0x10});
+        set(REG_RESET, {0x01});
+        set(REG_INPUT, {0x40});
+        set(REG_HDMI, {0x01, 0x00});
         bank(1);
-        set(0x33, {0x00, 0x18, 0x00}); // N 6144
-        set(0x58, {avi_1, 0x58, 0, 0, 0, avi_sum, 0, 0, 0, 0, 0, 0, 0, 0});
-        set(0x68, {1, 0, 0, 0, 0, 0x70});
-        set(0x91, {0, 0, 1, 0});
-        set(0x98, {0x02, 0xDB});
+        set(REG_N, {0x00, 0x18, 0x00}); // 6144
+        set(REG_AVI, {avi_1, 0x58, 0, 0, 0, avi_sum, 0, 0, 0, 0, 0, 0, 0, 0});
+        set(REG_AUDIO_FRAME, {1, 0, 0, 0, 0, 0x70});
+        set(REG_STATUS_MODE, {0, 0, 1, 0});
+        set(REG_STATUS_RATE, {0x02, 0xDB});
         bank(0);
-        set(0xCD, {3, 3});
-        set(0xE0, {0xC1});
+        set(REG_SEND_AVI, {3, 3});
+        set(REG_AUDIO_ENABLE, {0xC1});
     }
 };
-
-constexpr uint8_t DONE = 0x80, ERRORS = 0x38;
 
 /** What a shell line prints, and how it ends. */
 std::pair<std::string, int> shell(const std::string& line)
@@ -188,24 +191,24 @@ TEST(Ddc, ReadsBytesBySegmentInTheTimeOfTheBus)
         uint8_t segment, offset;
         emu::Micros us;
         uint8_t status;
-    } reads[] = {{"tv", 0, 0x00, 400, DONE},          {"tv", 0, 0xFF, 400, DONE},
-                 {"tv", 1, 0x00, 600, 0x08},          {"five-blocks", 1, 0x80, 600, DONE},
-                 {"five-blocks", 2, 0x02, 600, DONE}, {"five-blocks", 3, 0x00, 600, DONE},
-                 {"dvi", 0, 0x80, 400, DONE}};
+    } reads[] = {{"tv", 0, 0x00, 400, DDC_DONE},           {"tv", 0, 0xFF, 400, DDC_DONE},
+                 {"tv", 1, 0x00, 600, DDC_NO_ACKNOWLEDGE}, {"five-blocks", 1, 0x80, 600, DDC_DONE},
+                 {"five-blocks", 2, 0x02, 600, DDC_DONE},  {"five-blocks", 3, 0x00, 600, DDC_DONE},
+                 {"dvi", 0, 0x80, 400, DDC_DONE}};
     for (const auto& r : reads) {
         SCOPED_TRACE(std::string(r.display) + " segment " + std::to_string(r.segment));
         Chip c;
         c.tell(std::string("display plug ") + r.display);
-        EXPECT_EQ(c.get(0x16), DONE); // idle
+        EXPECT_EQ(c.get(REG_DDC_STATUS), DDC_DONE); // idle
         c.start_read(r.segment, r.offset, 1);
         c.wait(r.us - 1);
-        EXPECT_EQ(c.get(0x16), 0);
+        EXPECT_EQ(c.get(REG_DDC_STATUS), 0);
         c.wait(1);
-        EXPECT_EQ(c.get(0x16), r.status);
-        if (r.status != DONE) continue;
+        EXPECT_EQ(c.get(REG_DDC_STATUS), r.status);
+        if (r.status != DDC_DONE) continue;
         const size_t at = r.segment * size_t{256} + r.offset;
         const emu::EdidImage& edid = c.chip.display().edid();
-        EXPECT_EQ(c.get(0x17), at < edid.size() ? edid[at] : 0xFF);
+        EXPECT_EQ(c.get(REG_DDC_FIFO), at < edid.size() ? edid[at] : 0xFF);
     }
 }
 
@@ -215,15 +218,15 @@ TEST(Ddc, FifoHolds32BytesAndReportsWhatItLoses)
     c.tell("display plug tv");
     c.start_read(0, 0xFE, 32); // wraps inside the segment
     c.wait(10000);
-    EXPECT_EQ(c.get(0x06) & 0x10, 0);
-    EXPECT_EQ(c.get(0x17), c.chip.display().edid()[0xFE]);
-    EXPECT_EQ(c.get(0x17), c.chip.display().edid()[0xFF]);
-    EXPECT_EQ(c.get(0x17), 0x00); // first byte of the header
-    EXPECT_EQ(c.get(0x17), 0xFF);
-    c.set(0x15, {9});
-    EXPECT_EQ(c.get(0x06) & 0x10, 0);
-    c.get(0x17);
-    EXPECT_EQ(c.get(0x06) & 0x10, 0x10) << "an empty FIFO was read";
+    EXPECT_EQ(c.get(REG_STATUS_1) & STATUS_DDC_FIFO, 0);
+    EXPECT_EQ(c.get(REG_DDC_FIFO), c.chip.display().edid()[0xFE]);
+    EXPECT_EQ(c.get(REG_DDC_FIFO), c.chip.display().edid()[0xFF]);
+    EXPECT_EQ(c.get(REG_DDC_FIFO), 0x00); // first byte of the header
+    EXPECT_EQ(c.get(REG_DDC_FIFO), 0xFF);
+    c.set(REG_DDC_COMMAND, {DDC_FIFO_CLEAR});
+    EXPECT_EQ(c.get(REG_STATUS_1) & STATUS_DDC_FIFO, 0);
+    c.get(REG_DDC_FIFO);
+    EXPECT_EQ(c.get(REG_STATUS_1) & STATUS_DDC_FIFO, STATUS_DDC_FIFO) << "an empty FIFO was read";
 }
 
 // Catches: faults that hit another byte than asked, last longer than asked, or cannot be got out of by an abort.
@@ -233,7 +236,10 @@ TEST(Ddc, FailsWhereAndHowItIsToldAndIsWellAgain)
         const char* fault;
         uint8_t status;
         bool hung;
-    } faults[] = {{"nack", 0x08, false}, {"arbitration", 0x20, false}, {"hang", 0x10, true}, {"never", 0x00, false}};
+    } faults[] = {{"nack", DDC_NO_ACKNOWLEDGE, false},
+                  {"arbitration", DDC_ARBITRATION, false},
+                  {"hang", DDC_BUS_WAIT, true},
+                  {"never", 0x00, false}};
     for (const auto& f : faults) {
         SCOPED_TRACE(f.fault);
         Chip c;
@@ -241,21 +247,24 @@ TEST(Ddc, FailsWhereAndHowItIsToldAndIsWellAgain)
         c.tell(std::string("display ddc ") + f.fault + " at 100 times 1");
         c.start_read(0, 99, 1);
         c.wait(1000);
-        EXPECT_EQ(c.get(0x16), DONE);
+        EXPECT_EQ(c.get(REG_DDC_STATUS), DDC_DONE);
         c.start_read(0, 100, 1);
         c.wait(1'000'000);
-        EXPECT_EQ(c.get(0x16), f.status);
-        EXPECT_EQ(c.get(0x16) & static_cast<uint8_t>(~(DONE | ERRORS)), 0);
-        EXPECT_EQ((c.get(0x06) & 0x04) != 0, f.hung);
-        EXPECT_EQ((c.get(0xEE) & 0x08) != 0, f.hung);
-        c.set(0x15, {9});
-        EXPECT_EQ(c.get(0x16) == DONE, !f.hung && f.status != 0) << "emptying the FIFO ends no transaction";
-        c.set(0x15, {0x0F});
+        EXPECT_EQ(c.get(REG_DDC_STATUS), f.status);
+        EXPECT_EQ(c.get(REG_DDC_STATUS) &
+                      static_cast<uint8_t>(~(DDC_DONE | DDC_ARBITRATION | DDC_BUS_WAIT | DDC_NO_ACKNOWLEDGE)),
+                  0);
+        EXPECT_EQ((c.get(REG_STATUS_1) & STATUS_DDC_HANG) != 0, f.hung);
+        EXPECT_EQ((c.get(REG_STATUS_EXTENDED) & EXTENDED_DDC_HANG) != 0, f.hung);
+        c.set(REG_DDC_COMMAND, {DDC_FIFO_CLEAR});
+        EXPECT_EQ(c.get(REG_DDC_STATUS) == DDC_DONE, !f.hung && f.status != 0)
+            << "emptying the FIFO ends no transaction";
+        c.set(REG_DDC_COMMAND, {DDC_ABORT});
         c.wait(1000);
-        EXPECT_EQ(c.get(0x16), DONE);
+        EXPECT_EQ(c.get(REG_DDC_STATUS), DDC_DONE);
         c.start_read(0, 100, 1);
         c.wait(1000);
-        EXPECT_EQ(c.get(0x16), DONE);
+        EXPECT_EQ(c.get(REG_DDC_STATUS), DDC_DONE);
         EXPECT_EQ(c.chip.ddc().lost_commands(), 0u);
     }
     Chip c; // a cable pulled in the middle of a byte
@@ -263,7 +272,7 @@ TEST(Ddc, FailsWhereAndHowItIsToldAndIsWellAgain)
     c.start_read(0, 0, 1);
     c.tell("display unplug");
     c.wait(1000);
-    EXPECT_EQ(c.get(0x16), 0x08);
+    EXPECT_EQ(c.get(REG_DDC_STATUS), DDC_NO_ACKNOWLEDGE);
 }
 
 // Catches: a protected register that takes an unlocked write, a lock that half a key opens, banks that share bytes.
@@ -281,26 +290,26 @@ TEST(Registers, KeepLockBanksAndReadOnlyBits)
     for (const auto& l : locks) {
         SCOPED_TRACE(l.what);
         Chip c;
-        for (uint8_t key : l.keys) c.set(0xF8, {key});
-        c.set(0xC5, {0x02});
-        EXPECT_EQ(c.get(0xC5), l.open ? 0x02 : 0x00);
+        for (uint8_t key : l.keys) c.set(REG_LOCK, {key});
+        c.set(REG_CTS_SOURCE, {0x02});
+        EXPECT_EQ(c.get(REG_CTS_SOURCE), l.open ? 0x02 : 0x00);
         EXPECT_EQ(c.chip.locked_writes(), l.open ? 0u : 1u);
     }
     Chip c;
-    c.set(0x58, {0x11});
+    c.set(REG_AUDIO_CLOCK, {0x11});
     c.bank(1);
-    c.set(0x58, {0x22});
-    EXPECT_EQ(c.get(0x0F) & 1, 1);
-    c.set(0x72, {0x02}); // the converter is in bank 0
+    c.set(REG_AVI, {0x22}); // the same number
+    EXPECT_EQ(c.get(REG_CLOCKS) & CLOCKS_BANK, CLOCKS_BANK);
+    c.set(REG_CONVERTER, {0x02}); // the converter is in bank 0
     EXPECT_EQ(c.chip.stray_writes(), 1u);
-    EXPECT_EQ(c.get(0x58), 0x22);
+    EXPECT_EQ(c.get(REG_AVI), 0x22);
     c.bank(0);
-    EXPECT_EQ(c.get(0x58), 0x11);
+    EXPECT_EQ(c.get(REG_AUDIO_CLOCK), 0x11);
     const uint8_t id = c.get(0x00);
     c.set(0x00, {0x12});
-    c.set(0x0E, {0xC0});
+    c.set(REG_SYSTEM, {0xC0});
     EXPECT_EQ(c.get(0x00), id);
-    EXPECT_EQ(c.get(0x0E), 0x00);
+    EXPECT_EQ(c.get(REG_SYSTEM), 0x00);
 }
 
 // Catches: interrupts that a mask swallows for good, that clear without being named or fired, or that a level fakes.
@@ -308,32 +317,32 @@ TEST(Interrupts, LatchUntilTheirBitsAreNamedAndTheClearIsFired)
 {
     Chip c;
     c.tell("display plug tv");
-    EXPECT_EQ(c.get(0x0E), 0x40) << "masked";
-    c.set(0x09, {0xFE});
-    EXPECT_EQ(c.get(0x0E), 0xC0) << "latched while it was masked";
-    c.set(0x0C, {0xFF, 0xFF});
-    EXPECT_EQ(c.get(0x0E), 0xC0) << "named, not fired";
-    c.set(0x0C, {0xFE});
-    c.set(0x0E, {0x03});
-    EXPECT_EQ(c.get(0x0E), 0xC3) << "fired for other bits";
-    c.set(0x0C, {0x01});
-    c.set(0x0E, {0x02});
-    EXPECT_EQ(c.get(0x0E), 0xC2) << "half fired";
-    c.set(0x0E, {0x43});
-    c.set(0x0E, {0x42});
-    EXPECT_EQ(c.get(0x0E), 0x42);
+    EXPECT_EQ(c.get(REG_SYSTEM), SYSTEM_HOT_PLUG) << "masked";
+    c.set(REG_MASK_1, {0xFE});
+    EXPECT_EQ(c.get(REG_SYSTEM), SYSTEM_HOT_PLUG | SYSTEM_PENDING) << "latched while it was masked";
+    c.set(REG_CLEAR_1, {0xFF, 0xFF});
+    EXPECT_EQ(c.get(REG_SYSTEM), SYSTEM_HOT_PLUG | SYSTEM_PENDING) << "named, not fired";
+    c.set(REG_CLEAR_1, {0xFE});
+    c.set(REG_SYSTEM, {SYSTEM_CLEAR});
+    EXPECT_EQ(c.get(REG_SYSTEM), 0xC3) << "fired for other bits";
+    c.set(REG_CLEAR_1, {0x01});
+    c.set(REG_SYSTEM, {0x02});
+    EXPECT_EQ(c.get(REG_SYSTEM), 0xC2) << "half fired";
+    c.set(REG_SYSTEM, {0x43});
+    c.set(REG_SYSTEM, {0x42});
+    EXPECT_EQ(c.get(REG_SYSTEM), 0x42);
     c.tell("display hpd-pulse");
-    EXPECT_EQ(c.get(0x0E), 0xC2) << "an interrupt with the level unchanged";
-    EXPECT_EQ(c.get(0x06), 0x01);
-    c.set(0x0E, {0x03});
+    EXPECT_EQ(c.get(REG_SYSTEM), 0xC2) << "an interrupt with the level unchanged";
+    EXPECT_EQ(c.get(REG_STATUS_1), STATUS_HOT_PLUG);
+    c.set(REG_SYSTEM, {SYSTEM_CLEAR});
     c.tell("transmitter status 4D");
-    EXPECT_EQ(c.get(0xEE), 0x4D);
-    EXPECT_EQ(c.get(0x0E) & 0x80, 0);
-    c.set(0x0B, {0xF7});
-    EXPECT_EQ(c.get(0x0E) & 0x80, 0x80);
-    c.set(0xEE, {0x48});
-    EXPECT_EQ(c.get(0xEE), 0x05) << "writing 1 clears";
-    EXPECT_EQ(c.get(0x0E) & 0x80, 0);
+    EXPECT_EQ(c.get(REG_STATUS_EXTENDED), 0x4D);
+    EXPECT_EQ(c.get(REG_SYSTEM) & SYSTEM_PENDING, 0);
+    c.set(REG_MASK_EXTENDED, {0xF7});
+    EXPECT_EQ(c.get(REG_SYSTEM) & SYSTEM_PENDING, SYSTEM_PENDING);
+    c.set(REG_STATUS_EXTENDED, {0x48});
+    EXPECT_EQ(c.get(REG_STATUS_EXTENDED), 0x05) << "writing 1 clears";
+    EXPECT_EQ(c.get(REG_SYSTEM) & SYSTEM_PENDING, 0);
 }
 
 // Catches: a display that shows a picture it could not have, or misses one it has, whichever register stands against
@@ -353,29 +362,30 @@ TEST(DisplayView, ShowsAPictureOnlyWhenEverythingOnItsWayIsRight)
         {"4:4:4 to a 4:2:2 display", "yuv422", 0x50, 0xC7, 0, 0, OutputSignal::Hdmi, Picture::WrongColours, true},
         {"called RGB", "tv", 0x10, 0x07, 0, 0, OutputSignal::Hdmi, Picture::WrongColours, true},
         {"AVI checksum wrong", "tv", 0x30, 0xE8, 0, 0, OutputSignal::Hdmi, Picture::WrongColours, true},
-        {"last AVI byte not in the sum", "tv", 0x30, 0xE7, 0x65, 0x01, OutputSignal::Hdmi, Picture::WrongColours, true},
-        {"no AVI", "tv", 0x30, 0xE7, 0xCD, 0x00, OutputSignal::Hdmi, Picture::WrongColours, true},
-        {"no audio info frame", "tv", 0x30, 0xE7, 0xCE, 0x00, OutputSignal::Hdmi, Picture::Good, false},
-        {"AV mute", "tv", 0x30, 0xE7, 0xC1, 0x01, OutputSignal::Hdmi, Picture::Blanked, false},
-        {"DVI carries no packets", "tv", 0x30, 0xE7, 0xC0, 0x00, OutputSignal::Dvi, Picture::WrongColours, false},
+        {"last AVI byte not in the sum", "tv", 0x30, 0xE7, REG_AVI + 13, 0x01, OutputSignal::Hdmi,
+         Picture::WrongColours, true},
+        {"no AVI", "tv", 0x30, 0xE7, REG_SEND_AVI, 0x00, OutputSignal::Hdmi, Picture::WrongColours, true},
+        {"no audio info frame", "tv", 0x30, 0xE7, REG_SEND_AUDIO, 0x00, OutputSignal::Hdmi, Picture::Good, false},
+        {"AV mute", "tv", 0x30, 0xE7, REG_GENERAL, 0x01, OutputSignal::Hdmi, Picture::Blanked, false},
+        {"DVI carries no packets", "tv", 0x30, 0xE7, REG_HDMI, 0x00, OutputSignal::Dvi, Picture::WrongColours, false},
         {"HDMI to a DVI display", "dvi", 0x30, 0xE7, 0, 0, OutputSignal::Hdmi, Picture::NoSignal, false},
         {"no basic audio", "noaudio", 0x30, 0xE7, 0, 0, OutputSignal::Hdmi, Picture::Good, false},
-        {"video held", "tv", 0x30, 0xE7, 0x04, 0x08, OutputSignal::Hdmi, Picture::Frozen, true},
-        {"audio held", "tv", 0x30, 0xE7, 0x04, 0x10, OutputSignal::Hdmi, Picture::Good, false},
-        {"no channels", "tv", 0x30, 0xE7, 0xE0, 0xC0, OutputSignal::Hdmi, Picture::Good, false},
-        {"AFE off", "tv", 0x30, 0xE7, 0x61, 0x30, OutputSignal::None, Picture::NoSignal, false},
-        {"PLL in reset", "tv", 0x30, 0xE7, 0x62, 0x10, OutputSignal::None, Picture::NoSignal, false},
-        {"power down", "tv", 0x30, 0xE7, 0x05, 0x01, OutputSignal::None, Picture::NoSignal, false},
-        {"clocks gated", "tv", 0x30, 0xE7, 0x0F, 0x58, OutputSignal::None, Picture::NoSignal, false},
-        {"converter with an empty matrix", "tv", 0x30, 0xE7, 0x72, 0x03, OutputSignal::Hdmi, Picture::WrongColours,
-         true},
+        {"video held", "tv", 0x30, 0xE7, REG_RESET, 0x08, OutputSignal::Hdmi, Picture::Frozen, true},
+        {"audio held", "tv", 0x30, 0xE7, REG_RESET, 0x10, OutputSignal::Hdmi, Picture::Good, false},
+        {"no channels", "tv", 0x30, 0xE7, REG_AUDIO_ENABLE, 0xC0, OutputSignal::Hdmi, Picture::Good, false},
+        {"AFE off", "tv", 0x30, 0xE7, REG_AFE_DRIVER, 0x30, OutputSignal::None, Picture::NoSignal, false},
+        {"PLL in reset", "tv", 0x30, 0xE7, REG_AFE_PLL_1, 0x10, OutputSignal::None, Picture::NoSignal, false},
+        {"power down", "tv", 0x30, 0xE7, REG_POWER, 0x01, OutputSignal::None, Picture::NoSignal, false},
+        {"clocks gated", "tv", 0x30, 0xE7, REG_CLOCKS, 0x58, OutputSignal::None, Picture::NoSignal, false},
+        {"converter with an empty matrix", "tv", 0x30, 0xE7, REG_CONVERTER, 0x03, OutputSignal::Hdmi,
+         Picture::WrongColours, true},
     };
     for (const auto& r : rows) {
         SCOPED_TRACE(r.what);
         Chip c;
         c.tell(std::string("display plug ") + r.display);
         c.run_output(r.avi_1, r.avi_sum);
-        c.bank(r.reg == 0x65 ? 1 : 0);
+        c.bank(r.reg == REG_AVI + 13 ? 1 : 0);
         if (r.reg != 0) c.set(r.reg, {r.value});
         const emu::DisplayView view = c.chip.view();
         EXPECT_EQ(view.signal, r.signal);
@@ -428,8 +438,8 @@ TEST(DisplayView, WorksOutTheAudioClock)
         c.run_output(0x30, 0xE7);
         c.tell("transmitter input " + std::to_string(r.clock) + " " + std::to_string(r.rate));
         c.bank(1);
-        c.set(0x33, {static_cast<uint8_t>(r.n), static_cast<uint8_t>(r.n >> 8), static_cast<uint8_t>(r.n >> 16)});
-        c.set(0x98, {r.code});
+        c.set(REG_N, {static_cast<uint8_t>(r.n), static_cast<uint8_t>(r.n >> 8), static_cast<uint8_t>(r.n >> 16)});
+        c.set(REG_STATUS_RATE, {r.code});
         const emu::Sound sound = c.chip.view().sound;
         EXPECT_EQ(sound.cts, r.cts);
         EXPECT_NEAR(sound.heard_rate_hz, r.rate, r.rate / 1000.0);
@@ -444,10 +454,10 @@ TEST(DisplayView, OverflownSoundReturnsWhenTheAudioPathWasHeldAndReleased)
     c.tell("display plug tv");
     c.run_output(0x30, 0xE7);
     c.tell("transmitter error overflow");
-    EXPECT_EQ(c.get(0x06), 0x81);
+    EXPECT_EQ(c.get(REG_STATUS_1), STATUS_AUDIO_OVERFLOW | STATUS_HOT_PLUG);
     EXPECT_FALSE(c.chip.view().sound.plays);
-    c.set(0x04, {0x15});
-    c.set(0x04, {0x01});
+    c.set(REG_RESET, {0x15});
+    c.set(REG_RESET, {0x01});
     EXPECT_TRUE(c.chip.view().sound.plays);
 }
 
@@ -476,7 +486,7 @@ TEST(Commands, AreRefusedWithTheWordThatIsWrongAndChangeNothing)
         EXPECT_NE(reply.text.find(l.why), std::string::npos) << reply.text;
     }
     EXPECT_FALSE(c.chip.display().plugged());
-    EXPECT_EQ(c.get(0x06), 0);
+    EXPECT_EQ(c.get(REG_STATUS_1), 0);
 }
 
 } // namespace

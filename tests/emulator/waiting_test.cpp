@@ -47,12 +47,12 @@ TEST(Wait, EndsWhenItIsSoAndNotBefore)
         {"port 1", "port 1 to be selected", "port 0",
          [] {
              const uint8_t select[] = {2, 0x06};
-             box().i2c().write(0x1C, select);
+             box().i2c().write(emu::i2c_address::BOARD, select);
          }},
         {"led error on", "LED error to be on", "off",
          [] {
              const uint8_t light[] = {5, 0x40};
-             box().i2c().write(0x1C, light);
+             box().i2c().write(emu::i2c_address::BOARD, light);
          }},
         {"card mounted", "the card to be mounted", "not in the slot",
          [] {

@@ -3,6 +3,7 @@
 #include "tests/hdmirx/receiver_bench.h"
 
 using namespace capd;
+using namespace emu::rx;
 using bench::box;
 using bench::picture;
 using emu::AviSending;
@@ -34,7 +35,7 @@ int chroma()
 
 bool is_forced()
 {
-    return (rx::ReadRxReg(0x20) & 0x10) != 0;
+    return (rx::ReadRxReg(REG_CONVERTER) & 0x10) != 0;
 }
 
 } // namespace

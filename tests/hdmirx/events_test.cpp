@@ -7,6 +7,7 @@
 #include <algorithm>
 
 using namespace capd;
+using namespace emu::rx;
 using bench::box;
 using bench::picture;
 using Fault = emu::ReceiverChip::Fault;
@@ -53,7 +54,7 @@ TEST(ReceiverEvents, DataFaultsAreClearedAndLeaveThePicture)
         const std::string text = bench::printed(bench::tick);
         EXPECT_NE(text.find(row.message), std::string::npos) << text;
         EXPECT_EQ(events, row.told);
-        EXPECT_EQ(rx::ReadRxReg(0x15), 0);
+        EXPECT_EQ(rx::ReadRxReg(REG_INT3), 0);
         bench::ticks(20);
         EXPECT_EQ(rx::VState(), rx::VSTATE_VideoOn);
         EXPECT_TRUE(box().receiver().lets_audio_out());
@@ -62,7 +63,7 @@ TEST(ReceiverEvents, DataFaultsAreClearedAndLeaveThePicture)
         bench::ticks(3);
         box().receiver().fault(row.fault);
         bench::ticks(2);
-        EXPECT_EQ(rx::ReadRxReg(0x15), row.status_after_search);
+        EXPECT_EQ(rx::ReadRxReg(REG_INT3), row.status_after_search);
         box().source(0).set_sync(true);
     }
 }
@@ -145,23 +146,23 @@ TEST(ReceiverFaults, EachTransferOfTheStartUpMayFail)
 {
     box().source(0).plug(picture("1080p60"));
     hdmirx_init();
-    const uint64_t from_init = box().i2c().count(0x48);
+    const uint64_t from_init = box().i2c().count(bench::RECEIVER);
     hdmirx_init();
-    uint64_t transfers = box().i2c().count(0x48) - from_init;
+    uint64_t transfers = box().i2c().count(bench::RECEIVER) - from_init;
     EXPECT_GE(transfers, 50u);
     ASSERT_GT(bench::ticks_until(rx::VSTATE_VideoOn), 0);
-    transfers = box().i2c().count(0x48) - from_init;
+    transfers = box().i2c().count(bench::RECEIVER) - from_init;
     for (uint64_t skip = 0; skip < transfers; ++skip) {
         SCOPED_TRACE(skip);
         box().source(0).unplug();
         bench::ticks(20);
         box().source(0).plug(picture("1080p60"));
-        box().i2c().fail(0x48, skip, 3, EIO); // the transport tries three times
+        box().i2c().fail(bench::RECEIVER, skip, 3, EIO); // the transport tries three times
         hdmirx_init();
         ASSERT_GT(bench::ticks_until(rx::VSTATE_VideoOn, 1500), 0);
         bench::ticks(3);
         ASSERT_EQ(hdmirx_is_stable(0), 0);
-        box().i2c().mend(0x48);
+        box().i2c().mend(bench::RECEIVER);
     }
 }
 
@@ -172,10 +173,10 @@ TEST(ReceiverFaults, AnOutageOfTheBusEndsInAPicture)
     bench::show(picture("1080p60"), 50);
     for (int outage : {1, 50, 500}) {
         SCOPED_TRACE(outage);
-        box().i2c().fail_all(0x48, ETIMEDOUT);
+        box().i2c().fail_all(bench::RECEIVER, ETIMEDOUT);
         bench::ticks(outage);
         EXPECT_EQ(hdmirx_is_stable(0), 1);
-        box().i2c().mend(0x48);
+        box().i2c().mend(bench::RECEIVER);
         EXPECT_GT(bench::ticks_until(rx::VSTATE_VideoOn, 1500), 0);
         bench::ticks(100);
         EXPECT_TRUE(box().receiver().lets_video_out());

@@ -4,6 +4,7 @@
 #include "tests/hdmirx/receiver_bench.h"
 
 using namespace capd;
+using namespace emu::rx;
 using bench::box;
 using bench::picture;
 
@@ -104,7 +105,7 @@ TEST(ReceiverMute, ModeDecidesInWhichStatesTheOutputIsBlanked)
                 {"never", 1, false, false},
                 {"until sync", 2, true, false},
                 {"as 2", 5, true, false}};
-    const auto blanked = [] { return (rx::ReadRxReg(0x89) & 0x20) != 0; };
+    const auto blanked = [] { return (rx::ReadRxReg(REG_OUTPUT) & 0x20) != 0; };
     bench::start_receiver();
     for (const auto& row : rows) {
         SCOPED_TRACE(row.what);

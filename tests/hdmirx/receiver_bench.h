@@ -4,6 +4,7 @@
  */
 #pragma once
 
+#include "emulator/chips/receiver_registers.h"
 #include "hdmirx/hdmirx.h"
 #include "hdmirx/src/hdmirx/video_state.h"
 #include "tests/support/bench.h"
@@ -14,6 +15,8 @@
 #include <vector>
 
 namespace bench {
+
+using emu::i2c_address::RECEIVER;
 
 constexpr emu::Micros TICK_US = 20'000;
 
@@ -104,7 +107,7 @@ inline std::vector<std::pair<int, int>> writes_since(uint64_t from)
     std::vector<std::pair<int, int>> writes;
     for (uint64_t age = box().i2c().count() - from; age > 0; --age) {
         const emu::Transfer& t = box().i2c().last(static_cast<size_t>(age - 1));
-        if (t.device == 0x48 && !t.is_read) writes.emplace_back(t.reg, t.data[0]);
+        if (t.device == RECEIVER && !t.is_read) writes.emplace_back(t.reg, t.data[0]);
     }
     return writes;
 }

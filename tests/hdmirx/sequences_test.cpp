@@ -3,6 +3,7 @@
 #include "tests/hdmirx/receiver_bench.h"
 
 using namespace capd;
+using namespace emu::rx;
 using bench::box;
 using bench::picture;
 using Fault = emu::ReceiverChip::Fault;
@@ -18,7 +19,7 @@ std::string written(Body&& body)
     std::string text;
     for (uint64_t age = box().i2c().count() - from; age > 0; --age) {
         const emu::Transfer& t = box().i2c().last(static_cast<size_t>(age - 1));
-        if (t.device != 0x48 || t.is_read) continue;
+        if (t.device != bench::RECEIVER || t.is_read) continue;
         char byte[8];
         std::snprintf(byte, sizeof byte, "%s%02X=", text.empty() ? "" : " ", t.reg);
         text += byte;
@@ -49,9 +50,9 @@ emu::Signal signal(bool muted, const emu::AudioSignal& audio = {})
 /** Give registers that share their byte with others some bits that must survive. */
 void occupy_other_bits()
 {
-    static constexpr std::pair<uint8_t, uint8_t> VALUES[] = {{0x19, 0x30}, {0x20, 0x60}, {0x1C, 0x41}, {0x73, 0x05},
-                                                             {0x77, 0x15}, {0x7E, 0x80}, {0x87, 0x4F}, {0x88, 0xFF},
-                                                             {0x3C, 0xFF}, {0x18, 0x67}};
+    static constexpr std::pair<uint8_t, uint8_t> VALUES[] = {
+        {REG_PULSE, 0x30}, {REG_CONVERTER, 0x60}, {0x1C, 0x41}, {0x73, 0x05}, {0x77, 0x15},
+        {0x7E, 0x80},      {0x87, 0x4F},          {0x88, 0xFF}, {0x3C, 0xFF}, {REG_MASK3, 0x67}};
     for (const auto& [reg, value] : VALUES) rx::WriteRxReg(reg, value);
 }
 

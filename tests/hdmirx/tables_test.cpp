@@ -9,6 +9,7 @@
 #include <string>
 
 using namespace capd;
+using namespace emu::rx;
 
 namespace {
 
@@ -90,14 +91,17 @@ TEST(ReceiverTables, MatricesAreTheChipMakers)
 TEST(ReceiverStartUp, WritesItsRegistersInOrderForEachRevision)
 {
     using Writes = std::vector<std::pair<int, int>>;
-    static const Writes head = {{0x89, 0x3F}, {0x07, 0x0C}, {0x06, 0x00}, {0x05, 0x10}, {0x05, 0xA1},
-                                {0x07, 0x0C}, {0x16, 0x0F}, {0x17, 0x85}, {0x18, 0x07}, {0x8C, 0x00}};
-    static const Writes first_table = {{0x0F, 0x00}, {0x08, 0xCE}, {0x3B, 0x40}, {0x68, 0x03}, {0x6B, 0x11},
-                                       {0x6C, 0x00}, {0x93, 0x43}, {0x94, 0x4F}, {0x95, 0x87}, {0x96, 0x33},
-                                       {0x56, 0x01}, {0x97, 0x0E}, {0x20, 0x20}, {0x89, 0x5F}};
+    static const Writes head = {{REG_OUTPUT, 0x3F}, {REG_PORT, 0x0C}, {0x06, 0x00}, {REG_RESET, 0x10},
+                                {REG_RESET, 0xA1},  {REG_PORT, 0x0C}, {0x16, 0x0F}, {0x17, 0x85},
+                                {REG_MASK3, 0x07},  {0x8C, 0x00}};
+    static const Writes first_table = {{REG_BANK, 0x00},      {0x08, 0xCE},      {0x3B, 0x40}, {0x68, 0x03},
+                                       {0x6B, 0x11},          {0x6C, 0x00},      {0x93, 0x43}, {0x94, 0x4F},
+                                       {0x95, 0x87},          {0x96, 0x33},      {0x56, 0x01}, {0x97, 0x0E},
+                                       {REG_CONVERTER, 0x20}, {REG_OUTPUT, 0x5F}};
     static const Writes second_table = {{0x1D, 0x20}, {0x75, 0x60}, {0x3D, 0x40},
                                         {0x1B, 0x00}, {0x1C, 0x00}, {0x78, 0xC1}};
-    static const Writes tail = {{0x05, 0x21}, {0x89, 0x7F}, {0x05, 0x20}, {0x07, 0x0C}, {0x89, 0x7F}, {0x73, 0x00}};
+    static const Writes tail = {{REG_RESET, 0x21}, {REG_OUTPUT, 0x7F}, {REG_RESET, 0x20},
+                                {REG_PORT, 0x0C},  {REG_OUTPUT, 0x7F}, {0x73, 0x00}};
     const struct {
         const char* what;
         uint8_t revision;
@@ -118,12 +122,12 @@ TEST(ReceiverStartUp, WritesItsRegistersInOrderForEachRevision)
         expected.insert(expected.end(), first_table.begin(), first_table.end());
         expected.insert(expected.end(), row.between.begin(), row.between.end());
         expected.insert(expected.end(), second_table.begin(), second_table.end());
-        expected.insert(expected.end(), {{0x89, 0x7F}, {0x05, 0x20}});
+        expected.insert(expected.end(), {{REG_OUTPUT, 0x7F}, {REG_RESET, 0x20}});
         expected.insert(expected.end(), row.after.begin(), row.after.end());
         expected.insert(expected.end(), tail.begin(), tail.end());
         if (&row != rows) {
             // Not the first run: the state is SWReset already, and the output was left blanked.
-            expected[0] = {0x89, 0x7F};
+            expected[0] = {REG_OUTPUT, 0x7F};
             expected.erase(expected.end() - 2);
         }
         EXPECT_EQ(writes, expected);

@@ -163,11 +163,11 @@ TEST(ReceiverInfo, StabilityFollowsTheChip)
     EXPECT_NE(rx::VState(), rx::VSTATE_VideoOn);
     EXPECT_EQ(hdmirx_is_stable(0), 0);
     box().source(0).set_sync(false);
-    const uint64_t before = box().i2c().count(0x48);
+    const uint64_t before = box().i2c().count(bench::RECEIVER);
     EXPECT_EQ(hdmirx_is_stable(0), 1);
-    EXPECT_EQ(box().i2c().count(0x48) - before, 1u);
+    EXPECT_EQ(box().i2c().count(bench::RECEIVER) - before, 1u);
     hdmirx_info info = {};
-    box().i2c().fail_all(0x48, EIO);
+    box().i2c().fail_all(bench::RECEIVER, EIO);
     EXPECT_EQ(hdmirx_get_info(0, &info, 1), -1);
     EXPECT_EQ(info.frame_rate, -1);
 }

@@ -8,12 +8,13 @@
 #include <algorithm>
 
 using namespace capd;
+using namespace emu::rx;
 using bench::box;
 using bench::picture;
 
 namespace {
 
-const std::vector<std::pair<int, int>> PULSE = {{0x05, 0xA0}, {0x05, 0x20}};
+const std::vector<std::pair<int, int>> PULSE = {{REG_RESET, 0xA0}, {REG_RESET, 0x20}};
 
 emu::Source& source()
 {
@@ -178,7 +179,7 @@ TEST(ReceiverVideo, PictureWithoutTimingRestartsTheMeasurement)
     bench::start_receiver();
     source().plug(picture("1080p60"));
     ASSERT_GT(bench::ticks_until(rx::VSTATE_SyncChecking), 0);
-    rx::WriteRxReg(0x05, 0xA0); // another hand holds the video path in reset
+    rx::WriteRxReg(REG_RESET, 0xA0); // another hand holds the video path in reset
     const uint64_t from = box().i2c().count();
     const std::string text = bench::printed([] { bench::ticks(5); });
     EXPECT_EQ(bench::count(text, "\nVideo_Handler(): reg9A = FF\n"), 1u);

@@ -5,6 +5,7 @@
 
 using namespace capd;
 using namespace output_bench;
+using namespace emu::tx;
 
 namespace {
 
@@ -17,15 +18,25 @@ struct Want {
 void expect_audio(const Want& want)
 {
     const Held held[] = {
-        {0, 0xE0, want.control},   {0, 0xE1, want.mode},      {0, 0xE2, 0xE4},           {0, 0xE3, want.source},
-        {0, 0xE4, want.type_0},    {0, 0xE5, want.type_1},    {0, 0x04, 0x01},           {1, 0x30, 0x00},
-        {1, 0x91, want.status[0]}, {1, 0x92, want.status[1]}, {1, 0x93, want.status[2]}, {1, 0x94, want.status[3]},
-        {1, 0x98, want.status[4]}, {1, 0x99, want.status[5]},
+        {0, REG_AUDIO_ENABLE, want.control},
+        {0, REG_AUDIO_MODE, want.mode},
+        {0, REG_AUDIO_MAP, 0xE4},
+        {0, REG_AUDIO_SOURCE, want.source},
+        {0, REG_AUDIO_TYPE, want.type_0},
+        {0, REG_AUDIO_TYPE + 1, want.type_1},
+        {0, REG_RESET, 0x01},
+        {1, REG_CTS, 0x00},
+        {1, REG_STATUS_MODE, want.status[0]},
+        {1, REG_STATUS_CATEGORY, want.status[1]},
+        {1, REG_STATUS_SOURCE, want.status[2]},
+        {1, REG_STATUS_CHANNEL, want.status[3]},
+        {1, REG_STATUS_RATE, want.status[4]},
+        {1, REG_STATUS_WORD, want.status[5]},
     };
     expect_held(held);
     EXPECT_EQ(chip().view().sound.n, want.n);
     EXPECT_TRUE(chip().view().sound.cts_measured);
-    EXPECT_EQ(chip().peek(0, 0x09) & 0x80, 0); // the overflow interrupt
+    EXPECT_EQ(chip().peek(0, REG_MASK_1) & 0x80, 0); // the overflow interrupt
 }
 
 } // namespace
@@ -63,17 +74,18 @@ TEST(AudioOutput, EveryTypeRateAndChannelCountIsSetUp)
         SCOPED_TRACE(c.what);
         quietly([&] { HDMITX_EnableAudioOutput(c.type, c.spdif, c.rate, c.channels, c.status, 74250000); });
         expect_audio(c.want);
-        EXPECT_EQ(chip().peek(0, 0x58), c.spdif != 0 && c.type == 0xC0 ? 0x81 : 0x15);
+        EXPECT_EQ(chip().peek(0, REG_AUDIO_CLOCK), c.spdif != 0 && c.type == 0xC0 ? 0x81 : 0x15);
         EXPECT_EQ(hdmitx_instance.bSPDIF, c.spdif);
         EXPECT_EQ(hdmitx_instance.ulTMDSClock, 74250000u);
     }
     hdmitx_SetNCTS(10); // after one-bit audio: the channel status says 768 kHz until it is set
-    const Held unset[] = {{1, 0x33, 0x00}, {1, 0x34, 0x30}, {1, 0x98, 0x09}, {1, 0x99, 0x6B}};
+    const Held unset[] = {
+        {1, REG_N, 0x00}, {1, REG_N + 1, 0x30}, {1, REG_STATUS_RATE, 0x09}, {1, REG_STATUS_WORD, 0x6B}};
     expect_held(unset);
-    hdmitx_WriteReg(0xE5, 0x08); // high bit rate: it stays
+    hdmitx_WriteReg(REG_AUDIO_TYPE + 1, 0x08); // high bit rate: it stays
     hdmitx_SetChannelStatus(own);
     hdmitx_SetNCTS(10);
-    const Held kept[] = {{1, 0x98, 0xF4}, {1, 0x99, 0x81}};
+    const Held kept[] = {{1, REG_STATUS_RATE, 0xF4}, {1, REG_STATUS_WORD, 0x81}};
     expect_held(kept);
     EXPECT_FALSE(chip().unlocked());
     EXPECT_EQ(chip().locked_writes(), 0u);
@@ -92,8 +104,9 @@ TEST(AudioOutput, WordLengthAndPairsDecideTheControlRegister)
     for (const auto& c : cases) {
         quietly([&] { hdmitx_SetLPCMAudio(c.pairs, c.bits, c.spdif); });
         EXPECT_EQ(int{hdmitx_instance.bAudioChannelEnable}, int{c.stored});
-        EXPECT_EQ(int{chip().peek(0, 0xE0)}, c.stored & 0xF0); // its channels are enabled at the end of the set-up
-        EXPECT_EQ(int{chip().peek(0, 0xE1)}, int{c.mode});
+        EXPECT_EQ(int{chip().peek(0, REG_AUDIO_ENABLE)},
+                  c.stored & 0xF0); // its channels are enabled at the end of the set-up
+        EXPECT_EQ(int{chip().peek(0, REG_AUDIO_MODE)}, int{c.mode});
     }
 }
 

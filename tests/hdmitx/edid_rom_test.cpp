@@ -11,7 +11,7 @@ using namespace output_bench;
 
 namespace {
 
-constexpr uint8_t BOARD = 0x1C, ROM = 0x50;
+using emu::i2c_address::BOARD, emu::i2c_address::EDID_ROM;
 constexpr int CONTROL = 2;
 
 emu::EdidRom& rom()
@@ -125,12 +125,12 @@ TEST(EdidRom, FailuresStopTheCopyAndAlwaysGiveTheRomBack)
         unsigned written; // bytes
         const char* text;
     } failures[] = {
-        {"first byte", ROM, 0, true, false, 0, "### errror writing edid info\n"},
-        {"half-way", ROM, 128, true, false, 128, "### errror writing edid info\n"},
-        {"last byte", ROM, 255, true, false, 255, "### errror writing edid info\n"},
+        {"first byte", EDID_ROM, 0, true, false, 0, "### errror writing edid info\n"},
+        {"half-way", EDID_ROM, 128, true, false, 128, "### errror writing edid info\n"},
+        {"last byte", EDID_ROM, 255, true, false, 255, "### errror writing edid info\n"},
         {"prepare of a write", BOARD, 3, true, false, 0, nullptr},
         {"prepare of a read", BOARD, 4, false, true, 0, nullptr},
-        {"read of a byte", ROM, 7, false, true, 0, nullptr},
+        {"read of a byte", EDID_ROM, 7, false, true, 0, nullptr},
     };
     edidrom_init();
     const auto image = numbered();
@@ -151,7 +151,7 @@ TEST(EdidRom, FailuresStopTheCopyAndAlwaysGiveTheRomBack)
         EXPECT_EQ(bench::box().board().control(), 0x0D);
         EXPECT_EQ(bench::count(text, "### errror writing edid info\n"), f.text != nullptr ? 1u : 0u);
         if (f.write) continue;
-        const bool prepared = f.device == ROM;
+        const bool prepared = f.device == EDID_ROM;
         EXPECT_EQ(back[7], prepared ? 0x00 : 0x55); // the byte whose transfer failed
         EXPECT_EQ(back[8], prepared ? 0xEE : 0x55);
     }

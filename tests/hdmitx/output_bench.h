@@ -5,6 +5,7 @@
  */
 #pragma once
 
+#include "emulator/chips/transmitter_registers.h"
 #include "emulator/world/edids.h"
 #include "hdmitx/hdmitx.h"
 #include "tests/support/bench.h"
@@ -15,7 +16,7 @@
 
 namespace output_bench {
 
-constexpr uint8_t TRANSMITTER = 0x4C;
+using emu::i2c_address::TRANSMITTER;
 
 inline emu::TransmitterChip& chip()
 {

@@ -7,6 +7,7 @@
 
 using namespace capd;
 using namespace output_bench;
+using namespace emu::tx;
 using Colour = emu::OutputColour;
 using emu::Picture;
 using Signal = emu::OutputSignal;
@@ -64,7 +65,8 @@ TEST(HotPlug, TwoStepsProgramTheOutputRegisterForRegister)
     EXPECT_NE(first.find("Running getHDMITX_EDIDBlock\n"), std::string::npos);
     EXPECT_TRUE(first.ends_with("HPD change HDMITX_SetOutput();\n"));
     static constexpr Held powered[] = {
-        {0, 0x05, 0x40}, {0, 0x0F, 0x18}, {0, 0x61, 0x00}, {0, 0x62, 0x08}, {0, 0x64, 0x04}, {0, 0x70, 0x00},
+        {0, REG_POWER, 0x40},     {0, REG_CLOCKS, 0x18},    {0, REG_AFE_DRIVER, 0x00},
+        {0, REG_AFE_PLL_1, 0x08}, {0, REG_AFE_PLL_2, 0x04}, {0, REG_INPUT, 0x00},
     };
     expect_held(powered);
 
@@ -79,14 +81,50 @@ TEST(HotPlug, TwoStepsProgramTheOutputRegisterForRegister)
                                    "        00 01 02 03   04 05 06 07   08 09 0A 0B   0C 0D 0E 0F\n"))
         << second;
     static constexpr Held programmed[] = {
-        {0, 0x04, 0x01}, {0, 0x09, 0x7C}, {0, 0x0F, 0x08}, {0, 0x58, 0x15}, {0, 0x61, 0x00}, {0, 0x62, 0x18},
-        {0, 0x64, 0x0D}, {0, 0x68, 0x10}, {0, 0x70, 0x41}, {0, 0x72, 0x00}, {0, 0xC0, 0x01}, {0, 0xC1, 0x02},
-        {0, 0xC5, 0x00}, {0, 0xC6, 0x03}, {0, 0xCD, 0x03}, {0, 0xCE, 0x03}, {0, 0xD2, 0x00}, {0, 0xE0, 0xC1},
-        {0, 0xE1, 0x01}, {0, 0xE2, 0xE4}, {0, 0xE3, 0x00}, {0, 0xE4, 0x00}, {0, 0xE5, 0x00}, {1, 0x30, 0x00},
-        {1, 0x33, 0x00}, {1, 0x34, 0x18}, {1, 0x35, 0x00}, {1, 0x58, 0x50}, {1, 0x59, 0x58}, {1, 0x5A, 0x00},
-        {1, 0x5B, 0x00}, {1, 0x5C, 0x00}, {1, 0x5D, 0xC7}, {1, 0x5E, 0x00}, {1, 0x65, 0x00}, {1, 0x68, 0x01},
-        {1, 0x69, 0x00}, {1, 0x6D, 0x70}, {1, 0x91, 0x00}, {1, 0x92, 0x00}, {1, 0x93, 0x01}, {1, 0x94, 0x00},
-        {1, 0x98, 0x02}, {1, 0x99, 0xDB},
+        {0, REG_RESET, 0x01},
+        {0, REG_MASK_1, 0x7C},
+        {0, REG_CLOCKS, 0x08},
+        {0, REG_AUDIO_CLOCK, 0x15},
+        {0, REG_AFE_DRIVER, 0x00},
+        {0, REG_AFE_PLL_1, 0x18},
+        {0, REG_AFE_PLL_2, 0x0D},
+        {0, REG_AFE_SWING, 0x10},
+        {0, REG_INPUT, 0x41},
+        {0, REG_CONVERTER, 0x00},
+        {0, REG_HDMI, 0x01},
+        {0, REG_GENERAL, 0x02},
+        {0, REG_CTS_SOURCE, 0x00},
+        {0, 0xC6, 0x03},
+        {0, REG_SEND_AVI, 0x03},
+        {0, REG_SEND_AUDIO, 0x03},
+        {0, REG_SEND_VENDOR, 0x00},
+        {0, REG_AUDIO_ENABLE, 0xC1},
+        {0, REG_AUDIO_MODE, 0x01},
+        {0, REG_AUDIO_MAP, 0xE4},
+        {0, REG_AUDIO_SOURCE, 0x00},
+        {0, REG_AUDIO_TYPE, 0x00},
+        {0, REG_AUDIO_TYPE + 1, 0x00},
+        {1, REG_CTS, 0x00},
+        {1, REG_N, 0x00},
+        {1, REG_N + 1, 0x18},
+        {1, REG_N + 2, 0x00},
+        {1, REG_AVI, 0x50},
+        {1, REG_AVI + 1, 0x58},
+        {1, REG_AVI + 2, 0x00},
+        {1, REG_AVI + 3, 0x00},
+        {1, REG_AVI + 4, 0x00},
+        {1, REG_AVI + 5, 0xC7},
+        {1, REG_AVI + 6, 0x00},
+        {1, REG_AVI + 13, 0x00},
+        {1, REG_AUDIO_FRAME, 0x01},
+        {1, REG_AUDIO_FRAME + 1, 0x00},
+        {1, REG_AUDIO_FRAME + 5, 0x70},
+        {1, REG_STATUS_MODE, 0x00},
+        {1, REG_STATUS_CATEGORY, 0x00},
+        {1, REG_STATUS_SOURCE, 0x01},
+        {1, REG_STATUS_CHANNEL, 0x00},
+        {1, REG_STATUS_RATE, 0x02},
+        {1, REG_STATUS_WORD, 0xDB},
     };
     expect_held(programmed);
     EXPECT_FALSE(chip().unlocked());
@@ -102,9 +140,13 @@ TEST(HotPlug, UnplugReplugAndSwapsAreHandledAtAnyMoment)
     drive("tv");
     chip().unplug();
     const auto off = transfers_of([] { hdmitx_run(); });
-    EXPECT_EQ(written(off, 0x61), (std::vector<int>{0x30, 0x30, 0x30, 0x30})); // twice, then the power table's masks
-    static constexpr Held down[] = {
-        {0, 0x04, 0x09}, {0, 0x05, 0x41}, {0, 0x0F, 0x48}, {0, 0x62, 0x44}, {0, 0x64, 0x40}};
+    EXPECT_EQ(written(off, REG_AFE_DRIVER),
+              (std::vector<int>{0x30, 0x30, 0x30, 0x30})); // twice, then the power table's masks
+    static constexpr Held down[] = {{0, REG_RESET, 0x09},
+                                    {0, REG_POWER, 0x41},
+                                    {0, REG_CLOCKS, 0x48},
+                                    {0, REG_AFE_PLL_1, 0x44},
+                                    {0, REG_AFE_PLL_2, 0x40}};
     expect_held(down);
     EXPECT_EQ(run_once(), "");
 
@@ -172,12 +214,12 @@ TEST(ErrorInterrupts, EachIsServedOnceAndSaidOnce)
         std::string text;
         const auto made = transfers_of([&] { text = bench::printed([] { CheckHDMITX(nullptr, nullptr); }); });
         EXPECT_EQ(text, i.text);
-        EXPECT_EQ(written(made, 0x04), i.reset);
-        EXPECT_EQ(written(made, 0x15), i.command);
-        EXPECT_EQ(written(made, 0x0C), std::vector<int>{0xFF});
-        EXPECT_EQ(written(made, 0x0D), std::vector<int>{0xFF});
-        EXPECT_EQ(written(made, 0x0E).size(), 2u);
-        EXPECT_EQ(chip().peek(0, 0x0E), 0x42); // nothing pending any more
+        EXPECT_EQ(written(made, REG_RESET), i.reset);
+        EXPECT_EQ(written(made, REG_DDC_COMMAND), i.command);
+        EXPECT_EQ(written(made, REG_CLEAR_1), std::vector<int>{0xFF});
+        EXPECT_EQ(written(made, REG_CLEAR_2), std::vector<int>{0xFF});
+        EXPECT_EQ(written(made, REG_SYSTEM).size(), 2u);
+        EXPECT_EQ(chip().peek(0, REG_SYSTEM), 0x42); // nothing pending any more
         EXPECT_EQ(transfers_of([] { CheckHDMITX(nullptr, nullptr); }).size(), 1u);
     }
     EXPECT_TRUE(chip().view().sound.plays);
@@ -247,8 +289,8 @@ TEST(InfoFrames, VendorFrameSumsToZeroAndAMissingBufferChangesNothing)
         const bool extended = format > 127;
         const unsigned sum = 0x81u + 1 + (extended ? 6 : 5) + 0x0F + 0x40 + format + (extended ? 9 : 0);
         EXPECT_EQ((sum + frame.checksum) % 256, 0u);
-        EXPECT_EQ(chip().peek(1, 0x83), frame.checksum);
-        EXPECT_EQ(chip().peek(1, 0x82), extended ? 9 : 0);
+        EXPECT_EQ(chip().peek(1, REG_VENDOR_FRAME + 3), frame.checksum);
+        EXPECT_EQ(chip().peek(1, REG_VENDOR_FRAME + 2), extended ? 9 : 0);
     }
     const auto made = transfers_of([] {
         EXPECT_EQ(hdmitx_SetVSInfoFrame(1, nullptr) + hdmitx_SetAVIInfoFrame(1, nullptr), 0);

@@ -12,21 +12,22 @@
 
 using namespace capd;
 using namespace output_bench;
+using namespace emu::tx;
 
 namespace {
 
 /** Write a value to registers of a bank, those behind the lock as well. */
 void fill(int bank, uint8_t first, size_t count, uint8_t value)
 {
-    hdmitx_WriteReg(0xF8, 0x6E);
-    hdmitx_WriteReg(0xF8, 0xB7);
+    hdmitx_WriteReg(REG_LOCK, 0x6E);
+    hdmitx_WriteReg(REG_LOCK, 0xB7);
     hdmitx_SwitchBank(static_cast<uint8_t>(bank));
     for (size_t reg = first; reg < first + count; ++reg) {
         const bool is_bank = reg == 0x0F; // the fill must not switch it
         hdmitx_WriteReg(static_cast<uint8_t>(reg), is_bank ? value & 0xFE : value);
     }
     hdmitx_SwitchBank(0);
-    hdmitx_WriteReg(0xF8, 0xFF);
+    hdmitx_WriteReg(REG_LOCK, 0xFF);
 }
 
 /** Registers in hexadecimal, as a dump shows them. */
@@ -58,28 +59,28 @@ TEST(TransmitterStart, EveryRegisterHoldsItsStartValueAndKeepsTheOtherBits)
         uint8_t first;
         const char *over_zeros, *over_ones;
     } runs[] = {
-        {0, 0x04, "21 40", "23 7F"},
-        {0, 0x09, "FC", "FC"},
-        {0, 0x0B, "F7 00 00", "F7 00 00"},
-        {0, 0x0F, "08", "2E"},
+        {0, REG_RESET, "21 40", "23 7F"},
+        {0, REG_MASK_1, "FC", "FC"},
+        {0, REG_MASK_EXTENDED, "F7 00 00", "F7 00 00"},
+        {0, REG_CLOCKS, "08", "2E"},
         {0, 0x20, "00", "7F"},
         {0, 0x37, "00", "FE"},
         {0, 0x59, "40", "67"},
-        {0, 0x62, "00", "F7"},
-        {0, 0x64, "00 00", "FB FC"},
-        {0, 0x70, "00 18 02 00 80 00 B8 05 B4 01 93 00 49 3C 18 04 9F 3F D9 3C 10 3F 18 04",
+        {0, REG_AFE_PLL_1, "00", "F7"},
+        {0, REG_AFE_PLL_2, "00 00", "FB FC"},
+        {0, REG_INPUT, "00 18 02 00 80 00 B8 05 B4 01 93 00 49 3C 18 04 9F 3F D9 3C 10 3F 18 04",
          "00 1B 02 00 80 00 B8 05 B4 01 93 00 49 3C 18 04 9F 3F D9 3C 10 3F 18 04"},
         {0, 0x8D, "9C", "9C"},
-        {0, 0xC0, "01 03", "FF FF"},
+        {0, REG_HDMI, "01 03", "FF FF"},
         {0, 0xC6, "03", "FF"},
-        {0, 0xCD, "03 03", "03 03"},
+        {0, REG_SEND_AVI, "03 03", "03 03"},
         {0, 0xD1, "0C", "FD"},
-        {0, 0xE0, "D1 01 E4 10 00 00", "D1 01 E4 10 00 00"},
-        {1, 0x33, "00 18 00", "00 18 00"},
-        {1, 0x58, "10 08 00 00 00 57 00 00 00 00 00 00 00 00", "10 08 00 00 00 57 00 00 00 00 00 00 00 00"},
-        {1, 0x68, "00 00 00 00 00 71", "00 00 00 00 00 71"},
-        {1, 0x91, "00 00 01 00", "00 00 01 00"},
-        {1, 0x98, "02 DA", "02 DA"},
+        {0, REG_AUDIO_ENABLE, "D1 01 E4 10 00 00", "D1 01 E4 10 00 00"},
+        {1, REG_N, "00 18 00", "00 18 00"},
+        {1, REG_AVI, "10 08 00 00 00 57 00 00 00 00 00 00 00 00", "10 08 00 00 00 57 00 00 00 00 00 00 00 00"},
+        {1, REG_AUDIO_FRAME, "00 00 00 00 00 71", "00 00 00 00 00 71"},
+        {1, REG_STATUS_MODE, "00 00 01 00", "00 00 01 00"},
+        {1, REG_STATUS_RATE, "02 DA", "02 DA"},
     };
     for (const bool ones : {false, true}) {
         quietly([&] {
@@ -188,15 +189,20 @@ TEST(TransmitterStart, ChipIsReadyBlankedAndQuietAndTheBoardsAnswerIsTheResult)
                         "-----------------------------------------------------\n        00 01 02 03   04 05"),
               std::string::npos);
     static constexpr Held after[] = {
-        {0, 0x04, 0x21}, {0, 0x0F, 0x28}, {0, 0x09, 0xFC}, {0, 0x0B, 0xF7}, {0, 0xC0, 0x01},
-        {0, 0xC1, 0x03}, {0, 0xCD, 0x03}, {0, 0xCE, 0x03}, {0, 0xE0, 0xD1}, {0, 0x73, 0x00},
-        {0, 0x87, 0x04}, {1, 0x34, 0x18}, {1, 0x5D, 0x57}, {1, 0x6D, 0x71}, {1, 0x99, 0xDA},
+        {0, REG_RESET, 0x21},        {0, REG_CLOCKS, 0x28},
+        {0, REG_MASK_1, 0xFC},       {0, REG_MASK_EXTENDED, 0xF7},
+        {0, REG_HDMI, 0x01},         {0, REG_GENERAL, 0x03},
+        {0, REG_SEND_AVI, 0x03},     {0, REG_SEND_AUDIO, 0x03},
+        {0, REG_AUDIO_ENABLE, 0xD1}, {0, REG_MATRIX, 0x00},
+        {0, REG_MATRIX_LAST, 0x04},  {1, REG_N + 1, 0x18},
+        {1, REG_AVI + 5, 0x57},      {1, REG_AUDIO_FRAME + 5, 0x71},
+        {1, REG_STATUS_WORD, 0xDA},
     };
     expect_held(after);
     EXPECT_EQ(chip().locked_writes() + chip().stray_writes(), 0u);
     EXPECT_FALSE(chip().unlocked());
 
-    bench::box().i2c().fail(0x1C, 1, 3, EIO); // the write that enables the output
+    bench::box().i2c().fail(emu::i2c_address::BOARD, 1, 3, EIO); // the write that enables the output
     quietly([&] { result = hdmitx_init(); });
     EXPECT_NE(result, 0);
 }
@@ -205,7 +211,7 @@ TEST(TransmitterStart, ChipIsReadyBlankedAndQuietAndTheBoardsAnswerIsTheResult)
 TEST(TransmitterBlank, OnlyAChangeIsPrintedAndWritten)
 {
     quietly([] { hdmitx_init(); });
-    hdmitx_WriteReg(0xC1, 0x72);
+    hdmitx_WriteReg(REG_GENERAL, 0x72);
     static constexpr struct {
         int (*step)();
         const char* text;
@@ -222,8 +228,8 @@ TEST(TransmitterBlank, OnlyAChangeIsPrintedAndWritten)
         hdmitx_SwitchBank(1);
         const auto made = transfers_of([&] { text = bench::printed(s.step); });
         EXPECT_EQ(text, s.text);
-        EXPECT_EQ(chip().peek(0, 0xC1), s.control);
-        EXPECT_EQ(count(made, false, 0xC1), s.writes);
+        EXPECT_EQ(chip().peek(0, REG_GENERAL), s.control);
+        EXPECT_EQ(count(made, false, REG_GENERAL), s.writes);
     }
 }
 
@@ -234,8 +240,8 @@ TEST(TransmitterDump, ShowsBothBanksInTheAgreedFormAndLeavesTheFifoAlone)
     quietly([] { hdmitx_init(); });
     hdmitx_SwitchBank(1);
     const auto made = transfers_of([] { hdmitx_DumpRegs(); });
-    EXPECT_EQ(count(made, true, 0x17), 0u);
-    EXPECT_EQ(chip().peek(0, 0x0F) & 1, 0);
+    EXPECT_EQ(count(made, true, REG_DDC_FIFO), 0u);
+    EXPECT_EQ(chip().peek(0, REG_CLOCKS) & 1, 0);
 
     const std::string text = bench::printed([] { hdmitx_DumpRegs(); });
     const std::string head = "        00 01 02 03   04 05 06 07   08 09 0A 0B   0C 0D 0E 0F\n" + line +
@@ -323,15 +329,15 @@ TEST(ColourConverter, EveryPairOfColourModesGetsItsConverter)
         for (unsigned options = 0; options < 16; ++options) { // bits 4 to 7 of the input mode
             const auto mode = static_cast<uint8_t>(options << 4 | p.input);
             SCOPED_TRACE(testing::Message() << p.what << ", input mode 0x" << std::hex << int{mode});
-            hdmitx_WriteReg(0x72, 0xFC);
-            hdmitx_WriteReg(0x72, 0x14);
+            hdmitx_WriteReg(REG_CONVERTER, 0xFC);
+            hdmitx_WriteReg(REG_CONVERTER, 0x14);
             for (uint8_t reg = 0x73; reg <= 0x87; ++reg) hdmitx_WriteReg(reg, 0xEE);
             const std::string text = bench::printed([&] { hdmitx_SetCSCScale(mode, p.output); });
-            EXPECT_EQ(int{chip().peek(0, 0x72)}, int{p.control[options >> 2]});
+            EXPECT_EQ(int{chip().peek(0, REG_CONVERTER)}, int{p.control[options >> 2]});
             const bool bypass = p.kind == emu::MatrixKind::None;
-            EXPECT_EQ(chip().peek(0, 0x0F) & 0x10, bypass ? 0x10 : 0);
+            EXPECT_EQ(chip().peek(0, REG_CLOCKS) & 0x10, bypass ? 0x10 : 0);
             std::array<uint8_t, 21> matrix;
-            for (uint8_t i = 0; i < 21; ++i) matrix[i] = chip().peek(0, 0x73 + i);
+            for (uint8_t i = 0; i < 21; ++i) matrix[i] = chip().peek(0, REG_MATRIX + i);
             const emu::Matrix seen = emu::recognise_matrix(matrix);
             EXPECT_EQ(seen.kind, bypass ? emu::MatrixKind::Unknown : p.kind);
             EXPECT_TRUE(bypass || (seen.itu709 == ((options & 1) != 0) && seen.limited == ((options & 2) != 0)));
@@ -358,9 +364,9 @@ TEST(VideoInput, SignalTypesAndColourDepthReachTheirBits)
         {0x00, 0x03, 0x04, 0x05, "Input DDR mode\n"},
     };
     for (const auto& i : inputs) {
-        hdmitx_WriteReg(0x70, i.before);
+        hdmitx_WriteReg(REG_INPUT, i.before);
         EXPECT_EQ(bench::printed([&] { hdmitx_SetInputMode(i.colour, i.signal); }), i.text);
-        EXPECT_EQ(int{chip().peek(0, 0x70)}, int{i.after});
+        EXPECT_EQ(int{chip().peek(0, REG_INPUT)}, int{i.after});
     }
     static constexpr struct {
         uint8_t depth;

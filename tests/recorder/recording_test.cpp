@@ -17,7 +17,7 @@ namespace capd {
 
 using namespace std::chrono_literals;
 
-constexpr uint8_t RECEIVER = 0x48;
+using emu::i2c_address::RECEIVER;
 
 /** A recording that runs, without the daemon's loop. */
 class RollOver : public testing::Test {

@@ -74,9 +74,9 @@ TEST(BoxtoolEdid, RomIsCopiedBothWaysAndCompared)
     const std::string shown = bench::tool("edid show").out;
     EXPECT_NE(shown.find("\n80: 02 03 "), std::string::npos) << shown;
 
-    bench::box().i2c().fail(0x50, 40, 1, EIO); // the transfer is tried again
+    bench::box().i2c().fail(emu::i2c_address::EDID_ROM, 40, 1, EIO); // the transfer is tried again
     EXPECT_EQ(bench::tool("edid write " + copy + " --yes").status, 0);
-    bench::box().i2c().fail(0x50, 100, 3, EIO);
+    bench::box().i2c().fail(emu::i2c_address::EDID_ROM, 100, 3, EIO);
     EXPECT_EQ(bench::tool("edid write " + copy + " --yes").status, 1);
 }
 
