@@ -118,7 +118,8 @@ void BoardController::light(int group, uint8_t value)
 {
     const uint8_t before = leds(group);
     if (value == before) return;
-    for (int i = 0; i < LEDS_PER_GROUP; ++i) flashes_[slot(group, i)] += ((value & ~before) >> i) & 1;
+    for (int i = 0; i < LEDS_PER_GROUP; ++i)
+        flashes_[slot(group, i)] += static_cast<unsigned>((value & ~before) >> i) & 1;
     history_.push_back({time_.now(), group, value});
     if (history_.size() > HISTORY_SIZE) history_.pop_front();
 }
