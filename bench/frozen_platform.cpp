@@ -51,6 +51,11 @@ WallTime wall_time()
     return {first.tv_sec, static_cast<int32_t>(first.tv_usec)};
 }
 
+WallTime monotonic_time()
+{
+    return wall_time();
+}
+
 int64_t wall_seconds()
 {
     static const time_t first = time(nullptr);

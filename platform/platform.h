@@ -73,6 +73,9 @@ WallTime wall_time();
 /** Read the wall clock's whole seconds, as time() does. */
 int64_t wall_seconds();
 
+/** Read the clock that nobody sets, counted from some moment before the process began (POSIX CLOCK_MONOTONIC). */
+WallTime monotonic_time();
+
 /** Sleep the calling thread for at least this many microseconds. */
 void sleep_us(uint32_t microseconds);
 

@@ -17,6 +17,7 @@ namespace emu {
 
 namespace {
 
+constexpr Micros STOP_WAIT = 20'000;
 constexpr int64_t POWER_ON = 1767225600; // 2026-01-01 00:00:00 UTC
 
 /** The box's root: goes with the process, and with it what the kernel kept for the box. */
@@ -79,6 +80,9 @@ void inprocess_sleep(Micros duration)
 {
     Bench& here = bench();
     here.box.encoder().settle();
+    // The daemon looks for the encoder's end in virtual time, the encoder ends in real time. Waits that are shorter are
+    // not for it.
+    if (duration >= STOP_WAIT) here.box.encoder().settle_stop();
     here.turns.sleep(duration);
 }
 
@@ -145,6 +149,12 @@ WallTime wall_time()
     emu::Bench& here = emu::bench();
     const emu::Micros now = here.box.time().now();
     return {here.power_on + static_cast<int64_t>(now / 1'000'000), static_cast<int32_t>(now % 1'000'000)};
+}
+
+WallTime monotonic_time()
+{
+    const emu::Micros now = emu::bench().box.time().now();
+    return {static_cast<int64_t>(now / 1'000'000), static_cast<int32_t>(now % 1'000'000)};
 }
 
 int64_t wall_seconds()

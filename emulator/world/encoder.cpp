@@ -7,6 +7,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
+#include <poll.h>
 #include <sstream>
 #include <stdexcept>
 #include <sys/stat.h>
@@ -40,6 +41,18 @@ bool runs(pid_t pid)
     ::close(file);
     const char* state = std::strrchr(text, ')'); // behind the program's name
     return got && state != nullptr && std::strncmp(state, ") Z", 3) != 0 && std::strncmp(state, ") X", 3) != 0;
+}
+
+/** Whether whoever could tell a process to stop has let go of its standard input. */
+bool was_told_to_stop(pid_t pid)
+{
+    char name[32];
+    std::snprintf(name, sizeof name, "/proc/%d/fd/0", pid);
+    pollfd input{::open(name, O_RDONLY | O_NONBLOCK | O_CLOEXEC), POLLIN, 0};
+    if (input.fd < 0) return false;
+    const bool told = ::poll(&input, 1, 0) > 0 && (input.revents & POLLHUP) != 0;
+    ::close(input.fd);
+    return told;
 }
 
 /** Whether a child of this process has ended that nobody has collected, or there is no child. */
@@ -145,6 +158,14 @@ void Encoder::settle()
     starting_ = false;
 }
 
+void Encoder::settle_stop()
+{
+    catch_up();
+    const std::string what = behaviour();
+    if (!recording_ || what.starts_with("hang") || what.starts_with("deaf")) return;
+    if (was_told_to_stop(recording_->pid)) wait_for_end(recording_->pid);
+}
+
 void Encoder::catch_up()
 {
     read_log();
@@ -180,6 +201,11 @@ bool Encoder::die()
 void Encoder::hang(unsigned milliseconds)
 {
     root_.write(BEHAVIOUR, "hang " + std::to_string(milliseconds) + "\n");
+}
+
+void Encoder::be_deaf(unsigned milliseconds)
+{
+    root_.write(BEHAVIOUR, "deaf " + std::to_string(milliseconds) + "\n");
 }
 
 void Encoder::refuse()

@@ -48,6 +48,8 @@ public:
     void expect_start() { starting_ = true; }
     /** Wait until an expected script runs, has refused or has ended. Throws std::runtime_error after two minutes. */
     void settle();
+    /** Wait until a script that was told to stop has ended, unless it is to hang. Throws as settle() does. */
+    void settle_stop();
     /** Take note of scripts that started, ended or were killed, and let the file grow. */
     void catch_up();
 
@@ -60,6 +62,8 @@ public:
     bool die();
     /** After 'q', end only after this many milliseconds of real time or when told to go on. */
     void hang(unsigned milliseconds);
+    /** The same from the next start on, with no end by SIGTERM either. */
+    void be_deaf(unsigned milliseconds);
     /** Refuse to start. */
     void refuse();
     /** Take the script away, or put it back. */
@@ -75,7 +79,7 @@ public:
 
     /** Whether the script is there to be started. */
     bool script_there() const;
-    /** How it is told to behave: "ok", "refuse", or "hang" and milliseconds. */
+    /** How it is told to behave: "ok", "refuse", or "hang" or "deaf" and milliseconds. */
     std::string behaviour() const;
     /** A line for people. */
     std::string describe() const;

@@ -6,11 +6,11 @@ namespace emu {
 
 namespace {
 
-Reply hang_command(Encoder& encoder, Args& args)
+Reply hang_command(Encoder& encoder, Args& args, void (Encoder::*how)(unsigned))
 {
     const auto delay = args.more() ? args.number("milliseconds", 0, 86'400'000) : 300;
     args.end();
-    encoder.hang(static_cast<unsigned>(delay));
+    (encoder.*how)(static_cast<unsigned>(delay));
     return {};
 }
 
@@ -21,7 +21,9 @@ void add_encoder_commands(CommandTable& commands, Encoder& encoder)
     commands.add_action("encoder refuse", "  end at once when started", [&encoder] { encoder.refuse(); });
     commands.add_action("encoder go", "  go on when it hangs, and behave", [&encoder] { encoder.behave(); });
     commands.add("encoder hang", "[MS]   after 'q', end only after so many milliseconds of the PC's time (300)",
-                 [&encoder](Args& args) { return hang_command(encoder, args); });
+                 [&encoder](Args& args) { return hang_command(encoder, args, &Encoder::hang); });
+    commands.add("encoder deaf", "[MS]   likewise, from its next start on, and SIGTERM does not end it either",
+                 [&encoder](Args& args) { return hang_command(encoder, args, &Encoder::be_deaf); });
     commands.add_action("encoder ok", "  be there and behave", [&encoder] {
         encoder.set_missing(false);
         encoder.behave();

@@ -136,6 +136,13 @@ int64_t wall_seconds()
     return std::time(nullptr);
 }
 
+WallTime monotonic_time()
+{
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return {now.tv_sec, static_cast<int32_t>(now.tv_nsec / 1000)};
+}
+
 void sleep_us(uint32_t microseconds)
 {
     usleep(microseconds);

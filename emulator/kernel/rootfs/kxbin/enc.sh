@@ -137,6 +137,7 @@ read_profile
 : 2>/dev/null >"$output" || refuse "cannot write $output"
 
 trap 'end 1' HUP INT TERM
+[ "$what" = deaf ] && trap '' TERM
 read -r kind <"$run/kind"
 [ "$kind" = ffmpeg ] && record_with_ffmpeg
 echo $$ >"$run/writing" # the file is open: see umount
@@ -147,7 +148,7 @@ tell "stopping $$"
 # Hang, but not for nobody: who started the script may be gone, and the box as well.
 behaviour
 deadline=$((${EPOCHREALTIME/[.,]/} + 1000 * ${delay:-0}))
-while [ "$what" = hang ] && ((${EPOCHREALTIME/[.,]/} < deadline)) && kill -0 $PPID 2>/dev/null; do
+while [[ $what == @(hang|deaf) ]] && ((${EPOCHREALTIME/[.,]/} < deadline)) && kill -0 $PPID 2>/dev/null; do
     sleep 0.02
     behaviour 2>/dev/null || break
 done
