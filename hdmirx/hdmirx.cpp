@@ -4,6 +4,7 @@
 #include "devaccess/i2c.h"
 #include "devaccess/iec60958.h"
 #include "devaccess/video_device.h"
+#include "hdmirx/hdmirx_corrections.h"
 #include "hdmirx/src/hdmirx/access.h"
 #include "hdmirx/src/hdmirx/audio_status.h"
 #include "hdmirx/src/hdmirx/events.h"
@@ -15,7 +16,10 @@
 #include "hdmirx/src/hdmirx/video_state.h"
 #include "hdmirx/status_report.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <cstdlib>
+#include <iterator>
 
 namespace capd {
 
@@ -66,7 +70,8 @@ int get_audio_info(hdmirx_info* info)
         return -1;
     }
     info->audio_iec61937 = (status[0] & CHANNEL_NOT_LPCM) != 0 ? 1 : 0;
-    info->audio_channels = status[2] >> 4;
+    // The field is a channel's number, not how many there are: many sources leave it at 0, or at 2 for eight.
+    info->audio_channels = hdmirx_corrections.formats ? ReadAudioChannels() : status[2] >> 4;
     info->audio_word_length = status[4] & 0x0F;
     return 0;
 }
@@ -75,6 +80,16 @@ int get_audio_info(hdmirx_info* info)
 constexpr int MOST_FOR_24 = 26;
 constexpr int MOST_FOR_30 = 35;
 constexpr int MOST_AS_MEASURED = 54;
+
+/** Rates that pictures have; 1000/1001 of 24, 30 and 60 count as these. */
+constexpr int RATES[] = {24, 25, 30, 50, 60};
+
+int nearest_rate(uint32_t centihertz)
+{
+    const auto distance = [centihertz](int rate) { return std::abs(static_cast<int>(centihertz) - 100 * rate); };
+    return *std::min_element(std::begin(RATES), std::end(RATES),
+                             [&](int one, int other) { return distance(one) < distance(other); });
+}
 
 } // namespace
 
@@ -95,9 +110,10 @@ int hdmirx_get_info([[maybe_unused]] int port, hdmirx_info* info, int with_audio
 int hdmirx_select_port(int port)
 {
     ResetRxOutputControl();
-    board_select_hdmirx_port(port);
+    const int r = board_select_hdmirx_port(port);
     RXINT_VideoMode_Chg();
-    return 0;
+    // A board that did not switch shows one port's picture with the other one's LED.
+    return hdmirx_corrections.panel ? r : 0;
 }
 
 int hdmirx_auto_select_port()
@@ -136,6 +152,8 @@ int hdmirx_get_frame_rate()
     const uint16_t vtotal = ReadVTotal();
     if (xcnt == 0 || htotal == 0 || vtotal == 0) return -1;
     const uint32_t centihertz = ((XCNT_CLOCK_KHZ / xcnt) * 1000 / htotal) * 100 / vtotal;
+    // The pixel clock is counted coarsely: 50 Hz measure as 51, and 25 Hz would be taken for 24.
+    if (hdmirx_corrections.formats) return nearest_rate(centihertz);
     const auto rate = static_cast<int>((uint64_t{centihertz} + 50) / 100); // to the nearest, halves upwards
     return rate <= MOST_FOR_24 ? 24 : rate <= MOST_FOR_30 ? 30 : rate <= MOST_AS_MEASURED ? rate : 60;
 }

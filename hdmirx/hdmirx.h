@@ -31,7 +31,8 @@ int hdmirx_is_stable(int port);
  */
 int hdmirx_get_info(int port, hdmirx_info* info, int with_audio);
 
-/** Switch the board's input selector to port 0 or 1 and restart the video state machine. @return 0 */
+/** Switch the board's input selector to port 0 or 1 and restart the video state machine. @return 0; with the
+ * corrected panel a failure of the board */
 int hdmirx_select_port(int port);
 
 /** Select the first port that is stable at once. @return 0 or 1; -1 neither is, port 1 stays selected */
@@ -49,7 +50,8 @@ int hdmirx_get_width();
 /** @return active lines per field */
 int hdmirx_get_height();
 
-/** @return Hz class: 24, 30, the measured 36 to 54, or 60; -1 when it cannot be measured */
+/** @return Hz class: 24, 30, the measured 36 to 54, or 60, with corrected formats 24, 25, 30, 50 or 60; -1 when it
+ * cannot be measured */
 int hdmirx_get_frame_rate();
 
 /** Print the debug block. @return characters printed */

@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "hdmitx/access.h"
+#include "hdmitx/hdmitx_corrections.h"
 #include "hdmitx/registers.h"
 
 namespace capd {
@@ -38,6 +39,8 @@ void report_and_abort()
 void report_timeout()
 {
     printf("getHDMITX_EDIDBytes(): DDC TimeOut. \n");
+    // The master would go on waiting, and so would whoever reads the next EDID.
+    if (hdmitx_corrections.displays) report_and_abort();
 }
 
 bool wait_for_master()

@@ -85,6 +85,12 @@ bool edid_sum_is_right(EdidBlock block)
     return std::accumulate(block.begin(), block.end(), 0u) % 256 == 0;
 }
 
+void edid_mend_sum(std::span<uint8_t, EDID_BLOCK_SIZE> block)
+{
+    block.back() = 0;
+    block.back() = static_cast<uint8_t>(0u - std::accumulate(block.begin(), block.end(), 0u));
+}
+
 EdidFault edid_check(EdidBlock block_0)
 {
     if (!edid_sum_is_right(block_0)) return EdidFault::Sum;
@@ -125,6 +131,13 @@ size_t edid_offset_of_3d(EdidBytes payload)
     if (payload.size() <= 7 || (payload[7] & VIDEO_FEATURES_PRESENT) == 0) return 0;
     const size_t latencies = (payload[7] & LATENCY_PRESENT) != 0 ? 10 : 8;
     return latencies + ((payload[7] & INTERLACED_LATENCY_PRESENT) != 0 ? 2 : 0);
+}
+
+bool edid_has_hdmi(EdidBlock extension)
+{
+    for (EdidDataBlocks blocks(extension); blocks.next();)
+        if (blocks.block().tag == EdidTag::Vendor && edid_oui(blocks.block().payload) == HDMI_OUI) return true;
+    return false;
 }
 
 void edid_parse(EdidBlock extension, RxCapability& capability)

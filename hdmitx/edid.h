@@ -54,6 +54,9 @@ using EdidBlock = std::span<const uint8_t, EDID_BLOCK_SIZE>;
 /** Whether a block's bytes sum to 0 modulo 256. */
 bool edid_sum_is_right(EdidBlock block);
 
+/** Give a block the checksum that its other bytes call for. */
+void edid_mend_sum(std::span<uint8_t, EDID_BLOCK_SIZE> block);
+
 /** What keeps a block 0 from being one; the sum is looked at first. */
 enum class EdidFault : uint8_t { None, Sum, Header };
 EdidFault edid_check(EdidBlock block_0);
@@ -103,6 +106,9 @@ uint32_t edid_oui(EdidBytes payload);
  * the block's end. 0 when the block has none.
  */
 size_t edid_offset_of_3d(EdidBytes payload);
+
+/** Whether a CEA extension has the HDMI vendor block, whatever vendor blocks follow it. */
+bool edid_has_hdmi(EdidBlock extension);
 
 /**
  * Take over what a CEA extension declares. Flags, VICs and address are of this extension alone; the other fields keep

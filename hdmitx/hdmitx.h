@@ -6,6 +6,8 @@
  */
 #pragma once
 
+#include <cstdint>
+
 namespace capd {
 
 constexpr int EDID_IMAGE_SIZE = 256; ///< block 0, then the last extension block read
@@ -27,6 +29,18 @@ int hdmitx_blank();
 
 /** Clear AV mute, unless it is clear. @return 0 */
 int hdmitx_unblank();
+
+/** The picture that is to be shown, as the display is told it. */
+struct HdmitxPicture {
+    uint32_t pixel_clock_hz; ///< of the pixels as they are sent, repeated ones counted
+    uint8_t vic;             ///< video identification code (CTA-861); 0 for formats that have none
+    uint8_t repetition;      ///< times that a pixel is sent again: 0 or 1
+    bool wide;               ///< 16:9, else 4:3
+    bool itu709;             ///< colorimetry, else ITU601
+};
+
+/** Tell the output what picture it has to show; a change is programmed by the next hdmitx_run(). */
+void hdmitx_follow(const HdmitxPicture& picture);
 
 /** Register the EDID callback; nullptr removes it. @return 0 */
 int hdmitx_set_edid_callback(hdmitx_edid_callback callback);

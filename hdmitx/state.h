@@ -73,6 +73,8 @@ struct HdmitxVideoState {
     uint32_t bAspect16x9 = 0;                ///< 1 16:9, 0 4:3
     uint32_t bColorimetry709 = 0;            ///< 1 ITU709, 0 ITU601
     uint8_t bVIC = 0;                        ///< video identification code of the AVI info frame
+
+    bool operator==(const HdmitxVideoState&) const = default;
 };
 
 constexpr uint8_t T_AUDIO_LPCM = 0x80;

@@ -5,6 +5,7 @@
 #include "hdmitx/access.h"
 #include "hdmitx/audio_output.h"
 #include "hdmitx/color_converter.h"
+#include "hdmitx/hdmitx.h"
 #include "hdmitx/info_frames.h"
 #include "hdmitx/registers.h"
 #include "hdmitx/state.h"
@@ -185,6 +186,24 @@ void setHDMITX_ColorDepthPhase(uint8_t bColorDepth)
     hdmitx_SwitchBank(0);
     hdmitx_SetRegBits(txreg::GENERAL_CTRL, txreg::COLOUR_DEPTH, code);
     printf("setHDMITX_ColorDepthPhase(%02X), regC1 = %02X\n", code, hdmitx_ReadReg(txreg::GENERAL_CTRL));
+}
+
+void hdmitx_follow(const HdmitxPicture& picture)
+{
+    const uint32_t clock = picture.pixel_clock_hz / (picture.repetition + 1u);
+    HdmitxVideoState next = hdmitx_video;
+    next.ulPixelClock = clock;
+    next.bPixelRep = picture.repetition;
+    next.bAspect16x9 = picture.wide ? 1 : 0;
+    next.bColorimetry709 = picture.itu709 ? 1 : 0;
+    next.bVIC = picture.vic;
+    // What a display takes RGB for depends on the format: television has 16 to 235, computers have 0 to 255 (CTA-861).
+    next.bInputColorMode = hdmitx_video.bInputColorMode & COLOUR_MASK;
+    if (picture.itu709) next.bInputColorMode |= INPUT_ITU709;
+    if (picture.vic > VIC_VGA) next.bInputColorMode |= INPUT_LIMITED_RANGE;
+    if (next == hdmitx_video) return;
+    hdmitx_video = next;
+    hdmitx_video.bChangeMode = 1;
 }
 
 void HDMITX_ChangeDisplayOption(uint8_t vic, uint8_t outputColorMode)

@@ -6,6 +6,7 @@
 #include "hdmitx/hdmitx.h"
 #include "platform/platform.h"
 #include "recorder/card.h"
+#include "recorder/corrections.h"
 #include "recorder/edid_passthrough.h"
 #include "recorder/keys.h"
 #include "recorder/log.h"
@@ -96,12 +97,15 @@ int run(int argc, char* argv[])
 {
     open_standard_streams();
     parse_options(argc, argv);
+    log_corrections();
     start_services();
     _load_config();
     panel_set(PANEL_POWER, LED_ON);
     _storage_measure();
     start_drivers();
     _key_poll(); // a key pressed before the box was up is dropped; a self-test runs its first step
+    // The picture passes through whatever the encoder does.
+    if (recorder_corrections.recordings) av_rec_set_wait_step(serve_hdmi);
     LoopTimers timers = main_loop_timers();
     for (int i = 0; i < 3; ++i) hdmirx_run();
     for (;;) main_loop_pass(&timers);

@@ -1,9 +1,11 @@
 #include "recorder/card.h"
 
 #include "platform/platform.h"
+#include "recorder/corrections.h"
 #include "recorder/daemon_settings.h"
 #include "recorder/log.h"
 #include "recorder/panel.h"
+#include "recorder/state.h"
 #include "services/storage.h"
 
 #include <array>
@@ -20,6 +22,14 @@ constexpr std::array<unsigned long, BAR_LEDS - 1> BAR_THRESHOLD_KB = {536'870'91
 namespace {
 
 uint32_t sddisk_available_kb; // as last measured, less the files closed since; 0 not known
+bool measured;                // sddisk_available_kb is known
+
+/** What is left of free space when so much of it is gone. */
+uint32_t left(uint32_t free_kb, uint32_t gone_kb)
+{
+    // Below nothing the figure wraps to 4 TiB, and the end of the card is never seen.
+    return recorder_corrections.space && gone_kb > free_kb ? 0 : free_kb - gone_kb;
+}
 
 /** Mode of one LED of the bar. LED 5 has no threshold: it joins in below the hard limit only. */
 int bar_mode(int led, unsigned long free_kb)
@@ -63,16 +73,29 @@ int _storage_check_led_update()
     }
     unsigned long free_kb = 0;
     r = storage_get_available_kb(&free_kb);
+    measured = r == 0;
     sddisk_available_kb = static_cast<uint32_t>(free_kb);
     CAPD_LOG(LOG_INFO, "sddisk_available_kb: %lukb\n", static_cast<unsigned long>(sddisk_available_kb));
     CAPD_LOG(LOG_INFO, "storage_hard_limit: %lukb\n", static_cast<unsigned long>(settings.storage_hard_limit));
+    if (!free_space_is_known()) CAPD_LOG(LOG_WARNING, "The free space is not known\n");
     _storage_led_bar_update(sddisk_available_kb);
     return r;
 }
 
+void _storage_forget()
+{
+    measured = false;
+    sddisk_available_kb = 0;
+}
+
+bool free_space_is_known()
+{
+    return !recorder_corrections.space || measured;
+}
+
 int _storage_measure()
 {
-    sddisk_available_kb = 0; // what was known is of the card before
+    _storage_forget(); // what was known is of the card before
     const int r = _storage_mount();
     if (r != 0) return r;
     _storage_check_led_update();
@@ -87,18 +110,22 @@ int _sddisk_available_kb_update(const char* file)
         CAPD_LOG(LOG_WARNING, "Couldn't get file size: %d\n", r);
         return 0;
     }
-    sddisk_available_kb -= static_cast<uint32_t>(size >> 10);
+    sddisk_available_kb = left(sddisk_available_kb, static_cast<uint32_t>(size >> 10));
     CAPD_LOG(LOG_INFO, "Sddisk available kb: %lu\n", static_cast<unsigned long>(sddisk_available_kb));
     return 0;
 }
 
 uint32_t _sddisk_free_kb(uint32_t file_kb)
 {
-    return sddisk_available_kb - file_kb;
+    return left(sddisk_available_kb, file_kb);
 }
 
 int _storage_led_bar_update(unsigned long free_kb)
 {
+    if (!free_space_is_known()) {
+        _storage_led_bar_clear();
+        return 0;
+    }
     for (int led = BAR_LEDS - 1; led >= 0; --led) led_set(BAR_GROUP, led, bar_mode(led, free_kb));
     return 0;
 }
@@ -110,7 +137,9 @@ void _storage_led_bar_clear()
 
 bool _storage_is_full()
 {
-    return sddisk_available_kb != 0 && sddisk_available_kb < settings.storage_hard_limit;
+    // 0 stands for "not known" as well, and a card that is full to the last block would be recorded on.
+    const bool known = recorder_corrections.space ? measured : sddisk_available_kb != 0;
+    return known && sddisk_available_kb < settings.storage_hard_limit;
 }
 
 } // namespace capd

@@ -23,6 +23,12 @@ int _storage_umount();
  */
 int _storage_check_led_update();
 
+/** Forget the free space: it is not known until it is measured again. */
+void _storage_forget();
+
+/** Whether the free space is a figure to be shown and counted with; without the correction it always is. */
+bool free_space_is_known();
+
 /** Mount the card, measure it and unmount it again. @return the result of the mount that failed, or of the unmount */
 int _storage_measure();
 

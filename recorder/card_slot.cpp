@@ -1,10 +1,11 @@
 #include "recorder/card_slot.h"
 
-#include "platform/platform.h"
 #include "recorder/card.h"
+#include "recorder/corrections.h"
 #include "recorder/log.h"
 #include "recorder/recording.h"
 #include "recorder/state.h"
+#include "services/period_clock.h"
 #include "services/storage.h"
 
 namespace capd {
@@ -31,6 +32,7 @@ void look_for_removed_card()
     CAPD_LOG_STEP(LOG_INFO, "Storage removed\n");
     _storage_led_bar_clear();
     _auto_stop();
+    if (recorder_corrections.space) _storage_forget(); // the next card would be recorded on as if it had as much room
     card_removed = true;
 }
 
@@ -39,7 +41,7 @@ void look_for_removed_card()
 int _check_storage_event()
 {
     const LogOperation operation(__func__);
-    const int64_t now = platform::wall_seconds();
+    const int64_t now = period_seconds();
     if (now - last_storage_event <= 0) return 0;
     int r = 0;
     if (card_removed)

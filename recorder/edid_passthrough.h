@@ -15,4 +15,10 @@ namespace capd {
  */
 int edid_data_callback(const unsigned char* edid);
 
+/**
+ * Try again, every five seconds outside of recordings, what edid_data_callback() could not do. With corrected displays
+ * only; without them nothing is ever left to be done.
+ */
+void edid_passthrough_retry();
+
 } // namespace capd

@@ -1,6 +1,8 @@
 #include "recorder/keys.h"
 
+#include "platform/platform.h"
 #include "recorder/card.h"
+#include "recorder/corrections.h"
 #include "recorder/log.h"
 #include "recorder/panel.h"
 #include "recorder/recording.h"
@@ -14,6 +16,8 @@
 namespace capd {
 
 namespace {
+
+constexpr uint32_t LAST_REFRESH_US = 20'000; // one that had begun has ended by then
 
 /** Refuse a key while recording. @return 0 */
 int32_t _error_busy(int32_t /*argument*/)
@@ -83,6 +87,11 @@ int32_t _power_off(int32_t /*argument*/)
 {
     if (recorder_state() == STATE_RECORDING) _av_rec_stop();
     panel_set(PANEL_ERROR, LED_OFF);
+    // A refresh between the darkening and the standby would light the LEDs until the box is switched on.
+    if (recorder_corrections.panel) {
+        enter_state(STATE_POWER_OFF);
+        platform::sleep_us(LAST_REFRESH_US);
+    }
     led_group_clear(PANEL_GROUP);
     led_group_clear(BAR_GROUP);
     enter_state(STATE_POWER_OFF);

@@ -4,6 +4,7 @@
 #include "hdmitx/hdmitx.h"
 #include "platform/platform.h"
 #include "recorder/daemon_settings.h"
+#include "recorder/edid_passthrough.h"
 #include "recorder/input_watch.h"
 #include "recorder/keys.h"
 #include "recorder/log.h"
@@ -61,12 +62,29 @@ LoopTimers main_loop_timers()
     return {now, now, now, now, now};
 }
 
+void serve_hdmi()
+{
+    static Timer input_poll;
+    static Timer output_poll;
+    if (timer_expired(&input_poll, INPUT_POLL_US) != 0) {
+        timer_start(&input_poll); // the first time it was not running
+        poll_input();
+    }
+    if (timer_expired(&output_poll, OUTPUT_POLL_US) != 0) {
+        timer_start(&output_poll);
+        poll_output();
+    }
+}
+
 void main_loop_pass(LoopTimers* timers)
 {
     const RecorderState state = recorder_state();
     if (timer_expired(&timers->input_poll, INPUT_POLL_US) == 1) poll_input();
     if (timer_expired(&timers->stability, STABILITY_US) == 1 && check_input()) _auto_stop();
-    if (timer_expired(&timers->output_poll, OUTPUT_POLL_US) == 1) poll_output();
+    if (timer_expired(&timers->output_poll, OUTPUT_POLL_US) == 1) {
+        poll_output();
+        edid_passthrough_retry();
+    }
     if (timer_expired(&timers->output_tick, OUTPUT_TICK_US) == 1) restart_unblank_delay();
     if (timer_expired(&timers->key_poll, KEY_POLL_US) == 1) poll_keys();
     if (recorder_state() != state) return;

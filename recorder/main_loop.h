@@ -9,6 +9,9 @@
 
 namespace capd {
 
+/** Serve input and output, each at its time, while something else keeps the loop waiting. */
+void serve_hdmi();
+
 /** The loop's periodic timers. */
 struct LoopTimers {
     Timer input_poll;

@@ -1,5 +1,6 @@
 #include "recorder/options.h"
 
+#include "recorder/corrections.h"
 #include "recorder/daemon_settings.h"
 #include "recorder/log.h"
 #include "recorder/self_test.h"
@@ -17,6 +18,7 @@ enum OptionCode : int {
     OPTION_MIN_FILE_SIZE,
     OPTION_STORAGE_HARD_LIMIT,
     OPTION_DISABLE_EDID_WRITE,
+    OPTION_CORRECT,
 };
 
 constexpr option OPTIONS[] = {
@@ -26,6 +28,7 @@ constexpr option OPTIONS[] = {
     {"min-file-size", required_argument, nullptr, OPTION_MIN_FILE_SIZE},
     {"storage-hard-limit", required_argument, nullptr, OPTION_STORAGE_HARD_LIMIT},
     {"disable-edid-write", no_argument, nullptr, OPTION_DISABLE_EDID_WRITE},
+    {"correct", required_argument, nullptr, OPTION_CORRECT},
     {nullptr, 0, nullptr, 0},
 };
 
@@ -57,6 +60,7 @@ void apply_option(int code, const char* argument)
         settings.edid_write_disabled = 1;
         printf("Disalbe edid write set\n");
         break;
+    case OPTION_CORRECT: set_corrections(argument); break;
     default: break; // getopt_long() has said what is wrong
     }
 }

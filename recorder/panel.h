@@ -37,10 +37,4 @@ inline void panel_set(int led, int mode)
     led_set(PANEL_GROUP, led, mode);
 }
 
-/** Show an error on the error LED. */
-inline void show_error(RecorderError error)
-{
-    panel_set(PANEL_ERROR, static_cast<int>(error));
-}
-
 } // namespace capd

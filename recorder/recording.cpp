@@ -2,6 +2,7 @@
 
 #include "hdmirx/hdmirx.h"
 #include "recorder/card.h"
+#include "recorder/corrections.h"
 #include "recorder/daemon_settings.h"
 #include "recorder/input_watch.h"
 #include "recorder/log.h"
@@ -74,6 +75,8 @@ int configure_for_input()
 
 bool card_has_room()
 {
+    // A restart may be faster than the look at the slot that measures a new card.
+    if (recorder_corrections.space && !free_space_is_known()) _storage_check_led_update();
     if (!_storage_is_full()) return true;
     CAPD_LOG_STEP(LOG_WARNING, "Not enough disk space to record\n");
     return false;
@@ -108,8 +111,11 @@ int start_on_mounted_card(int32_t next_part)
     panel_set(recording_led(), LED_BLINK);
     if (!card_has_room()) return 1;
     r = name_file(next_part);
-    if (r == 1) show_error(RecorderError::CardNotWritable);
-    return r != 0 ? r : start_encoder();
+    if (r != 0) {
+        show_error(RecorderError::CardNotWritable);
+        return r;
+    }
+    return start_encoder();
 }
 
 /** Mount the card and start the encoder on it; unmounted again when that fails. */

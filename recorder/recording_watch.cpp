@@ -1,6 +1,5 @@
 #include "recorder/recording_watch.h"
 
-#include "platform/platform.h"
 #include "recorder/card.h"
 #include "recorder/card_slot.h"
 #include "recorder/daemon_settings.h"
@@ -8,7 +7,9 @@
 #include "recorder/log.h"
 #include "recorder/panel.h"
 #include "recorder/recording.h"
+#include "recorder/state.h"
 #include "services/encoder.h"
+#include "services/period_clock.h"
 #include "services/storage.h"
 
 #include <cstdio>
@@ -32,7 +33,7 @@ Outcome compare_with_limits(uint32_t file_kb, uint32_t seconds)
 {
     const uint32_t free_kb = _sddisk_free_kb(file_kb);
     _storage_led_bar_update(free_kb);
-    if (free_kb < settings.storage_hard_limit) {
+    if (free_space_is_known() && free_kb < settings.storage_hard_limit) {
         CAPD_LOG_STEP(LOG_NOTICE, "Storage hard limit reached\n");
         return Outcome::HardLimit;
     }
@@ -51,9 +52,12 @@ void print_status_line(uint32_t file_kb, uint32_t seconds)
 {
     const char* path = output_filename();
     const char* slash = strrchr(path, '/');
-    printf("\n%s | %.2dm%.2ds | %luMB | %luMB ", slash != nullptr ? slash + 1 : path, static_cast<int>(seconds / 60),
-           static_cast<int>(seconds % 60), static_cast<unsigned long>(file_kb >> 10),
-           static_cast<unsigned long>(_sddisk_free_kb(file_kb) >> 10));
+    printf("\n%s | %.2dm%.2ds | %luMB | ", slash != nullptr ? slash + 1 : path, static_cast<int>(seconds / 60),
+           static_cast<int>(seconds % 60), static_cast<unsigned long>(file_kb >> 10));
+    if (free_space_is_known())
+        printf("%luMB ", static_cast<unsigned long>(_sddisk_free_kb(file_kb) >> 10));
+    else
+        printf("?MB ");
     fflush(stdout); // the line has no line feed at its end
 }
 
@@ -84,7 +88,7 @@ void state_idle_run()
 
 void state_recording_run()
 {
-    const int64_t now = platform::wall_seconds();
+    const int64_t now = period_seconds();
     _check_storage_event();
     if (!status_check_due(now)) return;
     switch (_filesize_storage_check()) {
@@ -104,7 +108,7 @@ void state_auto_stopped_run()
     int r = _check_storage_event();
     if (auto_stop_is_over()) {
         _auto_stop_cancel();
-    } else if (input_is_stable()) {
+    } else if (input_is_stable() && restart_is_due()) {
         CAPD_LOG(LOG_INFO, "Got stable input again, starting recording\n");
         r = _av_rec_start(1);
         if (r == 0) panel_set(PANEL_ERROR, LED_OFF);

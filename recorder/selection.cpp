@@ -1,6 +1,7 @@
 #include "recorder/selection.h"
 
 #include "hdmirx/hdmirx.h"
+#include "recorder/corrections.h"
 #include "recorder/log.h"
 #include "recorder/panel.h"
 #include "services/encoder_config.h"
@@ -54,6 +55,11 @@ void load_port()
     int port = 0;
     config_get_hdmirx_port(&port);
     const int r = _hdmirx_port_set(port);
+    // A port that is not there, or that the board does not switch to, would look chosen, and its key would do nothing.
+    if (recorder_corrections.panel && r != 0) {
+        panel_set(PANEL_ERROR, LED_ON);
+        return;
+    }
     hdmirx_port = port;
     if (r != 0) return;
     const PortLeds leds = leds_of(port);
@@ -110,11 +116,14 @@ int32_t _av_rec_config_select(int32_t config)
     panel_set(PANEL_CONFIG, LED_BLINK);
     if (config_set_av_rec_config(config) != 0) {
         panel_set(PANEL_ERROR, LED_ON);
+        if (recorder_corrections.panel) show_config(); // it would blink until the next choice that can be stored
         return 0;
     }
     config_no = config;
-    config_commit();
+    const int r = config_commit();
     show_config();
+    // The configuration is in use but will not survive a power cycle.
+    if (recorder_corrections.panel && r != 0) panel_set(PANEL_ERROR, LED_ON);
     return 0;
 }
 

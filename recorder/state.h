@@ -10,6 +10,8 @@
  */
 #pragma once
 
+#include "recorder/panel.h"
+
 #include <cstddef>
 #include <cstdint>
 
@@ -34,9 +36,15 @@ void enter_state(RecorderState next);
 
 /**
  * Whether the recording's status is to be looked at, every five seconds; if so the next five begin.
- * @param now wall clock, seconds
+ * @param now seconds of the clock of periods
  */
 bool status_check_due(int64_t now);
+
+/** Whether a restart is to be tried in STATE_AUTO_STOPPED: in every pass, or once a second with the corrected pace. */
+bool restart_is_due();
+
+/** Show an error on the error LED. */
+void show_error(RecorderError error);
 
 /** Whether ten seconds have passed in STATE_AUTO_STOPPED; true once. */
 bool auto_stop_is_over();

@@ -1,6 +1,6 @@
 #include "recorder/timer.h"
 
-#include "platform/platform.h"
+#include "services/period_clock.h"
 
 namespace capd {
 
@@ -21,13 +21,13 @@ void timer_reset(Timer* timer)
 
 void timer_start(Timer* timer)
 {
-    set_to(timer, platform::wall_time());
+    set_to(timer, period_time());
 }
 
 int timer_expired(Timer* timer, uint64_t interval_us)
 {
     if (timer->seconds == 0) return -1;
-    const platform::WallTime now = platform::wall_time();
+    const platform::WallTime now = period_time();
     // The difference modulo 2^32 is right on both sides of 2038, when the 32-bit seconds turn negative.
     const int64_t seconds =
         static_cast<int32_t>(static_cast<uint32_t>(now.seconds) - static_cast<uint32_t>(timer->seconds));

@@ -9,7 +9,7 @@
 
 namespace capd {
 
-/** Wall-clock time of the last start; both fields 0: not started. The seconds are kept modulo 2^32. */
+/** Time of the last start by the clock of periods; both fields 0: not started. The seconds are kept modulo 2^32. */
 struct Timer {
     int32_t seconds = 0;
     int32_t microseconds = 0;

@@ -1,7 +1,9 @@
 #include "services/encoder.h"
 
 #include "platform/platform.h"
+#include "services/corrections.h"
 #include "services/encoder_config.h"
+#include "services/period_clock.h"
 
 #include <cerrno>
 #include <csignal>
@@ -31,6 +33,7 @@ struct Runner {
     int64_t start_seconds;
 };
 Runner runner;
+void (*wait_step)();
 
 /** What the child needs, prepared before the fork: the child itself does nothing but system calls. */
 struct ChildArguments {
@@ -74,10 +77,17 @@ bool make_pipe(int& read_end, int& write_end)
     _exit(EXEC_FAILED);
 }
 
+/** Put the encoder in front of a group of its own, so that a signal reaches what its script starts, too. */
+void lead_group(pid_t pid)
+{
+    if (service_corrections.recordings) setpgid(pid, 0);
+}
+
 /** The child: become the encoder with the pipe as its standard input. */
 [[noreturn]] void run_child(int read_end, int write_end, const ChildArguments& arguments)
 {
     close(write_end);
+    lead_group(0);
     dup2(read_end, STDIN_FILENO);
     close(read_end);
     if (chdir(arguments.directory) == 0)
@@ -114,6 +124,45 @@ void wait_for_end(pid_t pid)
     while (waitpid(pid, nullptr, 0) < 0 && errno == EINTR) {}
 }
 
+/** What is done about an encoder that goes on, and how long it has then. */
+constexpr struct {
+    int signal; // 0: the stop command was enough so far
+    int64_t seconds;
+    const char* text;
+} STOP_STEPS[] = {
+    {0, 10, ""},
+    {SIGTERM, 5, "Encoder does not stop, sending SIGTERM\n"},
+    {SIGKILL, 5, "Encoder does not stop, sending SIGKILL\n"},
+};
+constexpr uint32_t STOP_POLL_US = 20'000;
+
+/** Wait until a child has ended. @return false when the time was over first */
+bool wait_seconds_for_end(pid_t pid, int64_t seconds)
+{
+    const platform::WallTime begun = platform::monotonic_time();
+    for (;;) {
+        const pid_t ended = waitpid(pid, nullptr, WNOHANG);
+        if (ended == pid || (ended < 0 && errno != EINTR)) return true;
+        const platform::WallTime now = platform::monotonic_time();
+        if ((now.seconds - begun.seconds) * 1'000'000 + now.microseconds - begun.microseconds >= seconds * 1'000'000)
+            return false;
+        if (wait_step != nullptr) wait_step();
+        platform::sleep_us(STOP_POLL_US);
+    }
+}
+
+void wait_or_kill(pid_t pid)
+{
+    for (const auto& step : STOP_STEPS) {
+        if (step.signal != 0) {
+            printf("%s", step.text);
+            kill(-pid, step.signal);
+        }
+        if (wait_seconds_for_end(pid, step.seconds)) return;
+    }
+    printf("Encoder cannot be ended\n"); // it is stuck in the kernel, as with a card that does not answer
+}
+
 void forget_write_end()
 {
     if (runner.write_end != 0) close(runner.write_end);
@@ -147,7 +196,8 @@ int av_rec_start(int config_no, const char* output_filename)
         return -1;
     }
     close(read_end); // the child has it
-    runner = {pid, false, write_end, platform::wall_time().seconds};
+    lead_group(pid); // whichever of the two comes first
+    runner = {pid, false, write_end, period_time().seconds};
     return 0;
 }
 
@@ -161,8 +211,17 @@ int av_rec_stop()
     if (runner.write_end == 0) return 1;
     send_stop(runner.write_end);
     forget_write_end();
-    wait_for_end(runner.pid);
+    // An encoder that does not hear the command would stand still the whole box.
+    if (service_corrections.recordings)
+        wait_or_kill(runner.pid);
+    else
+        wait_for_end(runner.pid);
     return 0;
+}
+
+void av_rec_set_wait_step(void (*step)())
+{
+    wait_step = step;
 }
 
 int av_rec_isok()
@@ -179,7 +238,7 @@ int av_rec_isok()
 unsigned long av_rec_elapsed_ms()
 {
     if (runner.start_seconds == 0) return 0;
-    return static_cast<unsigned long>((platform::wall_time().seconds - runner.start_seconds) * 1000);
+    return static_cast<unsigned long>((period_time().seconds - runner.start_seconds) * 1000);
 }
 
 } // namespace capd

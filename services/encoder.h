@@ -18,8 +18,15 @@ int av_init();
  */
 int av_rec_start(int config_no, const char* output_filename);
 
-/** Stop the encoder and wait for its end. @return 0 stopped; 1 none was running; 2 it had died before */
+/**
+ * Stop the encoder and wait for its end; with corrected recordings no longer than 20 s, after 10 s with SIGTERM and
+ * after 15 s with SIGKILL to it and to what it started.
+ * @return 0 stopped; 1 none was running; 2 it had died before
+ */
 int av_rec_stop();
+
+/** Have something called every 20 ms while av_rec_stop() waits with corrected recordings; nullptr: nothing. */
+void av_rec_set_wait_step(void (*step)());
 
 /** Look whether the encoder has ended, without waiting. @return 0 running or nothing to report; 1 just found ended */
 int av_rec_isok();

@@ -2,7 +2,10 @@
 
 #include "platform/platform.h"
 #include "services/command.h"
+#include "services/corrections.h"
 #include "services/number.h"
+#include "services/recording_name.h"
+#include "services/safe_names.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -19,10 +22,6 @@ namespace capd {
 namespace {
 
 constexpr char PARTITION[] = "/dev/mmcblk0p1";
-constexpr char NUMBER_FILE[] = "/mnt/sddisk/.media_fileno";
-constexpr int NUMBER_TEXT_SIZE = 32;
-constexpr int FIRST_NUMBER = 1;
-constexpr int LAST_NUMBER = 99999;
 constexpr int64_t RESERVED_KB = 32768; // 32 MiB of the card are held back
 
 // The file system ends its files just below 4 GiB; one that is larger elsewhere counts as that, never as a small one.
@@ -34,30 +33,14 @@ struct Numbering {
 };
 Numbering numbering = {0, 1};
 
-/** Run a shell line that prints a number. @return the number; 0 when it printed none */
-long read_number(const char* line)
+/** Run a shell line that prints a number. @return the number; 0 when it printed none, with measured false */
+long read_number(const char* line, bool& measured)
 {
     char text[32];
-    if (!platform::read_shell_line(line, text, sizeof(text))) return 0;
-    return strtol(text, nullptr, 10);
-}
-
-int number_before(int number)
-{
-    return number == FIRST_NUMBER ? LAST_NUMBER : number - 1;
-}
-
-/** Only the step past the last number starts again; a larger one that a file brought along counts on. */
-int number_after(int number)
-{
-    return number == LAST_NUMBER || number == INT32_MAX ? FIRST_NUMBER : number + 1;
-}
-
-/** Write a recording's path, at most size - 2 characters of it. */
-void write_name(char* name, int size, int number, int segment)
-{
-    if (size < 2) return;
-    snprintf(name, static_cast<size_t>(size) - 1, "/mnt/sddisk/%.5d.%.5d.mp4", number, segment);
+    char* end = text;
+    const long number = platform::read_shell_line(line, text, sizeof(text)) ? strtol(text, &end, 10) : 0;
+    if (end == text) measured = false;
+    return number;
 }
 
 /** Read up to n bytes of a file as text; buf has room for n + 1. @return 0 when something was read, else 1 */
@@ -173,6 +156,7 @@ int storage_is_mounted()
 
 int storage_mount()
 {
+    safe_names_forget_card();
     return run_command("/bin/mount -t vfat /dev/mmcblk0p1 /mnt/sddisk");
 }
 
@@ -190,11 +174,15 @@ int storage_check_writable()
 
 int storage_get_available_kb(unsigned long* kb)
 {
-    const int64_t total = read_number("cat /proc/partitions | grep mmcblk0p1 | awk '{print $3}'") - RESERVED_KB;
+    bool measured = true;
+    const int64_t total =
+        read_number("cat /proc/partitions | grep mmcblk0p1 | awk '{print $3}'", measured) - RESERVED_KB;
     printf("Full sddisk space            %lu kb\n", static_cast<unsigned long>(total));
-    const int64_t used = read_number("du -s /mnt/sddisk | awk '{print $1}'");
+    const int64_t used = read_number("du -s /mnt/sddisk | awk '{print $1}'", measured);
     printf("Used space:                  %lu kb\n", static_cast<unsigned long>(used));
-    if (total <= 0 || used <= 0) {
+    // A card that is smaller than the reserve, or empty, would count as one that could not be measured.
+    const bool usable = service_corrections.space ? measured : total > 0 && used > 0;
+    if (!usable) {
         printf("Couldn't work out space available\n");
         return 1;
     }
@@ -215,11 +203,18 @@ int storage_get_file_size(const char* path, unsigned long* size)
 
 int storage_get_next_filename(int continuation, char* name, int size)
 {
+    // A number file that is lost, or of another card, names a finished recording, which the encoder would overwrite.
+    if (service_corrections.recordings) {
+        const int result = safe_next_filename(continuation, name, size);
+        return result != 0 ? result : check_still_writable();
+    }
     return continuation < 1 ? name_new_recording(name, size) : name_next_segment(name, size);
 }
 
 int storage_remove_small_file(unsigned long min_kb)
 {
+    // A number file that changed meanwhile names somebody else's recording.
+    if (service_corrections.recordings) return safe_remove_small_file(min_kb);
     char text[NUMBER_TEXT_SIZE];
     if (file_read_line(NUMBER_FILE, text, NUMBER_TEXT_SIZE - 1) != 0) return 1;
     const int current = number_before(parse_int(text));

@@ -109,3 +109,21 @@ EdidFacts ask_edid_decode(const emu::EdidImage& edid)
     for (std::string line; std::getline(text, line);) reader.line(line);
     return reader.facts;
 }
+
+EdidVerdict judge_with_edid_decode(const emu::EdidImage& edid)
+{
+    const std::string file = bench::scratch("judged.bin");
+    emu::save_edid(edid, file);
+    EdidVerdict verdict;
+    bool failures = false, revision_3 = false;
+    std::istringstream lines(output_of("edid-decode --check " + file + " 2>&1"));
+    for (std::string line; std::getline(lines, line);) {
+        if (line.starts_with("Block ")) revision_3 = false;
+        revision_3 |= line == "  Revision: 3";
+        failures |= line == "Failures:";
+        if (failures && line.starts_with("  ")) ++verdict.failures;
+        if (!failures && revision_3 && line.find("(HDMI), OUI 00-0C-03:") != std::string::npos && line[3] != ' ')
+            verdict.hdmi = true;
+    }
+    return verdict;
+}

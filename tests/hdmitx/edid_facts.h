@@ -31,3 +31,10 @@ bool have_edid_decode();
  * what that one says holds, and of the TMDS clock, deep colour and audio what any of them said last.
  */
 EdidFacts ask_edid_decode(const emu::EdidImage& edid);
+
+/** What edid-decode makes of an EDID as a whole. */
+struct EdidVerdict {
+    bool hdmi = false; ///< a CTA extension of revision 3 has HDMI's vendor block, wherever it stands
+    int failures = 0;  ///< against the standards
+};
+EdidVerdict judge_with_edid_decode(const emu::EdidImage& edid);

@@ -1,6 +1,7 @@
 #include "emulator/world/edids.h"
 #include "hdmitx/ddc.h"
 #include "hdmitx/display_edid.h"
+#include "hdmitx/hdmitx_corrections.h"
 #include "tests/hdmitx/edid_facts.h"
 #include "tests/hdmitx/output_bench.h"
 
@@ -96,30 +97,58 @@ void compare_with_edid_decode(const emu::EdidImage& edid)
     EXPECT_EQ(found().PhysAddr[1], facts.address[2] << 4 | facts.address[3]);
 }
 
+/**
+ * Good EDIDs by name: those of the emulator, and when CAPD_EDID_DIR names a folder of binary EDID files, real
+ * displays'.
+ */
+std::map<std::string, emu::EdidImage> displays()
+{
+    std::map<std::string, emu::EdidImage> images;
+    for (const emu::ShippedEdid& shipped : emu::shipped_edids())
+        if (shipped.good) images[shipped.name] = shipped.image;
+    const size_t shipped = images.size();
+    const char* folder = std::getenv("CAPD_EDID_DIR");
+    if (folder == nullptr) return images;
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+        if (entry.path().extension() != ".bin") continue;
+        const emu::EdidImage image = emu::find_edid(entry.path().string());
+        if (emu::edid_checksum_right(image, 0)) images[entry.path().string()] = image;
+    }
+    EXPECT_GT(images.size(), shipped) << "no EDID in " << folder;
+    return images;
+}
+
 } // namespace
 
-// Catches: anything that the driver makes of a good EDID and that edid-decode makes otherwise. Real displays are
-// compared beside those that the emulator has when CAPD_EDID_DIR names a folder of binary EDID files.
+// Catches: anything that the driver makes of a good EDID and that edid-decode makes otherwise.
 TEST(Edid, DisplaysAreReadAsEdidDecodeReadsThem)
 {
     if (!have_edid_decode()) GTEST_SKIP() << "edid-decode is not installed";
     start();
-    std::map<std::string, emu::EdidImage> displays;
-    for (const emu::ShippedEdid& shipped : emu::shipped_edids())
-        if (shipped.good) displays[shipped.name] = shipped.image;
-    const size_t shipped = displays.size();
-    const char* folder = std::getenv("CAPD_EDID_DIR");
-    if (folder != nullptr) {
-        for (const auto& entry : std::filesystem::directory_iterator(folder)) {
-            if (entry.path().extension() != ".bin") continue;
-            const emu::EdidImage image = emu::find_edid(entry.path().string());
-            if (emu::edid_checksum_right(image, 0)) displays[entry.path().string()] = image;
-        }
-        ASSERT_GT(displays.size(), shipped) << "no EDID in " << folder;
-    }
-    for (const auto& [name, image] : displays) {
+    for (const auto& [name, image] : displays()) {
         SCOPED_TRACE(name);
         compare_with_edid_decode(image);
+    }
+}
+
+// Catches: an HDMI display that the correction misses or a DVI one that it invents, and an EDID for the source that is
+// worse than the display's own.
+TEST(Edid, CorrectedDisplaysAreHdmiWhereverTheBlockStandsAndTheSourceGetsAValidEdid)
+{
+    if (!have_edid_decode()) GTEST_SKIP() << "edid-decode is not installed";
+    hdmitx_corrections.displays = true;
+    start();
+    for (const auto& [name, image] : displays()) {
+        SCOPED_TRACE(name);
+        const EdidVerdict own = judge_with_edid_decode(image);
+        parse(image);
+        EXPECT_EQ((found().flags & RX_VALID_HDMI) != 0, own.hdmi);
+        ASSERT_EQ(callbacks, own.hdmi ? 1 : 0);
+        if (!own.hdmi) continue;
+        EXPECT_EQ(int{delivered[0x7E]}, 1);
+        const EdidVerdict passed_on = judge_with_edid_decode(delivered);
+        EXPECT_TRUE(passed_on.hdmi);
+        EXPECT_LE(passed_on.failures, own.failures);
     }
 }
 

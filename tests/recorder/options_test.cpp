@@ -1,5 +1,6 @@
 #include "recorder/options.h"
 
+#include "recorder/corrections.h"
 #include "recorder/daemon_settings.h"
 
 #include "tests/support/bench.h"
@@ -109,6 +110,34 @@ TEST(Options, TakeOnlySelfTestsThatExist)
         EXPECT_EQ(settings.test_sequence, row.stored);
         EXPECT_EQ(bench::count(printed, "No self-test sequence"), row.reports) << printed;
         EXPECT_EQ(bench::count(printed, "\ncapd:"), row.reports);
+    }
+}
+
+// Catches: an unknown name that takes the rest of the list with it, a word that turns on something else, and a log of
+// corrections where there are none.
+TEST(Options, CorrectionsAreTakenByNameAndUnknownOnesReported)
+{
+    static const struct {
+        std::vector<const char*> words;
+        const char *reported, *in_force;
+    } rows[] = {
+        {{}, "", ""},
+        {{"--correct", "none"}, "", ""},
+        {{"--correct", "all"}, "", "recordings,space,pace,displays,formats,panel\n"},
+        {{"--correct", "pace,,recordings"}, "", "recordings,pace\n"},
+        {{"--correct", "space", "--correct=panel"}, "", "space,panel\n"},
+        {{"--correct", "all,none,panel"}, "", "panel\n"},
+        {{"--correct", "spac,spaces,formats"}, "No correction 'spaces'; there are recordings, space, ", "formats\n"},
+        {{"--correct", "spac,formats"}, "No correction 'spac'", "formats\n"},
+    };
+    for (const auto& row : rows) {
+        set_corrections("none");
+        const std::string printed = parse(row.words);
+        EXPECT_NE(printed.find(row.reported), std::string::npos) << printed;
+        EXPECT_EQ(printed.find("No correction") == std::string::npos, *row.reported == '\0') << printed;
+        const std::string told = bench::printed(log_corrections);
+        EXPECT_TRUE(told.ends_with(row.in_force)) << told;
+        EXPECT_EQ(told.empty(), *row.in_force == '\0') << told;
     }
 }
 

@@ -51,6 +51,12 @@ int GetAudioChannelStatus(ChannelStatus& status)
     return 1;
 }
 
+int ReadAudioChannels()
+{
+    const uint8_t type = GetAudioType();
+    return (type & AUDIO_TYPE_LAYOUT1) == 0 ? 2 : 2 * (type & AUDIO_TYPE_LINE);
+}
+
 uint8_t ReadAudioFs()
 {
     return ReadRxReg(REG_RX_AUDIO_FS) & AUDIO_FS_CODE;

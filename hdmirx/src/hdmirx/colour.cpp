@@ -1,5 +1,6 @@
 #include "hdmirx/src/hdmirx/colour.h"
 
+#include "hdmirx/hdmirx_corrections.h"
 #include "hdmirx/src/hdmirx/access.h"
 #include "hdmirx/src/hdmirx/message.h"
 #include "hdmirx/src/hdmirx/mute.h"
@@ -45,6 +46,49 @@ void set_itu709(bool on)
 {
     state.InputFormatFlags =
         static_cast<uint8_t>(on ? state.InputFormatFlags | FORMAT_ITU709 : state.InputFormatFlags & ~FORMAT_ITU709);
+}
+
+void set_limited_range(bool on)
+{
+    state.InputFormatFlags = static_cast<uint8_t>(on ? state.InputFormatFlags | FORMAT_LIMITED_RANGE
+                                                     : state.InputFormatFlags & ~FORMAT_LIMITED_RANGE);
+}
+
+/** Whether the picture has a size that television has; interlaced ones are measured by their fields. */
+bool is_television()
+{
+    const VideoMode& mode = CurrentVideoMode();
+    switch (mode.VActive) {
+    case 1080:
+    case 540: return mode.HActive == 1920;
+    case 720: return mode.HActive == 1280;
+    case 576:
+    case 480: return mode.HActive == 720;
+    case 288:
+    case 240: return mode.HActive == 1440;
+    default: return false;
+    }
+}
+
+/** Take the range of an RGB input from the AVI info frame; by its default, the frame's VIC decides (CTA-861, 5.1). */
+void set_input_range()
+{
+    const uint8_t range = ReadRxReg(REG_RX_AVI_DB3) & AVI_DB3_RANGE;
+    const uint8_t vic = ReadRxReg(REG_RX_AVI_VIC) & AVI_VIC;
+    set_limited_range(range == AVI_DB3_LIMITED || (range == 0 && vic > VIC_VGA));
+}
+
+/** Take the colorimetry from the AVI info frame, or where it does not tell, from the picture's size. */
+void set_colorimetry()
+{
+    const uint8_t told = state.NewAVIInfoFrameF ? ReadRxReg(REG_RX_AVI_DB2) & AVI_DB2_COLORIMETRY : 0;
+    switch (told) {
+    case AVI_DB2_ITU601: set_itu709(false); break;
+    case AVI_DB2_ITU709: set_itu709(true); break;
+    case AVI_DB2_EXTENDED: set_itu709((ReadRxReg(REG_RX_AVI_DB3) & AVI_DB3_EXTENDED) == AVI_DB3_XVYCC709); break;
+    default: SetColorimetryByMode(); break;
+    }
+    printf((state.InputFormatFlags & FORMAT_ITU709) != 0 ? "F_MODE_ITU709\n" : "F_MODE_ITU601\n");
 }
 
 Conversion to_yuv422(int input, uint8_t down, uint8_t up)
@@ -145,11 +189,15 @@ void SetVideoInputFormatWithInfoFrame()
     set_input_colour(colour);
     if (colour != before) printf("Input Video mode changed.");
     ClearRxRegFlags(REG_RX_COLOUR, COLOUR_FORCED);
+    // Computers send the full range, whose darkest and brightest parts would be cut off.
+    if (hdmirx_corrections.formats) set_input_range();
 }
 
 void SetColorimetryByInfoFrame()
 {
     message("SetColorimetryByInfoFrame: NewAVIInfoFrameF = %s ", state.NewAVIInfoFrameF ? "TRUE" : "FALSE");
+    // Without a word about it the choice of the picture before would stay, whatever its size was.
+    if (hdmirx_corrections.formats) return set_colorimetry();
     if (!state.NewAVIInfoFrameF) return;
     const uint8_t colorimetry = ReadRxReg(REG_RX_AVI_DB2) & AVI_DB2_COLORIMETRY;
     if (colorimetry == AVI_DB2_ITU601) {
@@ -212,6 +260,7 @@ void ApplyDefaultColour()
 {
     ForceInputColourMode(COLOUR_MODE_RGB);
     SetColorimetryByMode();
+    if (hdmirx_corrections.formats) set_limited_range(is_television()); // a DVI source says nothing: CTA-861's default
     SetCSC();
 }
 
@@ -230,6 +279,11 @@ void FollowAVIInfo()
     if ((db1 != state.saved_avi_db1 || db2 != state.saved_avi_db2) && IsHDMIMode()) RXINT_AVIInfoFrame_Chg();
     state.saved_avi_db1 = db1;
     state.saved_avi_db2 = db2;
+}
+
+bool InputIsITU709()
+{
+    return (state.InputFormatFlags & FORMAT_ITU709) != 0;
 }
 
 bool HasAVIInfo()

@@ -49,6 +49,9 @@ void ApplyDefaultColour();
 /** A new AVI info frame has come. */
 void RXINT_AVIInfoFrame_Chg();
 
+/** @return whether the picture is taken for one of ITU709, else for one of ITU601 */
+bool InputIsITU709();
+
 /** @return whether the colour follows an AVI info frame */
 bool HasAVIInfo();
 

@@ -1,0 +1,7 @@
+#include "hdmirx/hdmirx_corrections.h"
+
+namespace capd {
+
+constinit HdmirxCorrections hdmirx_corrections;
+
+} // namespace capd

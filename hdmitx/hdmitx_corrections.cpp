@@ -1,0 +1,7 @@
+#include "hdmitx/hdmitx_corrections.h"
+
+namespace capd {
+
+constinit HdmitxCorrections hdmitx_corrections;
+
+} // namespace capd

@@ -1,0 +1,7 @@
+#include "services/corrections.h"
+
+namespace capd {
+
+constinit ServiceCorrections service_corrections;
+
+} // namespace capd
