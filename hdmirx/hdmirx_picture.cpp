@@ -2,9 +2,12 @@
 
 #include "hdmirx/src/hdmirx/access.h"
 #include "hdmirx/src/hdmirx/colour.h"
+#include "hdmirx/src/hdmirx/port.h"
 #include "hdmirx/src/hdmirx/registers.h"
 #include "hdmirx/src/hdmirx/video_mode.h"
 #include "hdmirx/src/hdmirx/video_state.h"
+
+#include <cstdlib>
 
 namespace capd {
 
@@ -13,6 +16,7 @@ using namespace rx;
 namespace {
 
 constexpr uint32_t HZ_PER_KHZ = 1000;
+constexpr int WIDTH_TOLERANCE = 4;       // pixels of the total
 constexpr uint32_t CLOCK_TOLERANCE = 25; // a 25th: the chip counts the pixel clock to 3 %
 
 /** A television format as the chip measures it (CTA-861, table 2), with its codes by aspect ratio; 0: it has none. */
@@ -50,7 +54,8 @@ constexpr uint16_t REPEATED_WIDTH = 1440; // 720 pixels, each sent twice
 bool is_of(const VideoMode& mode, const Television& format)
 {
     const uint32_t off = mode.PCLK > format.clock_khz ? mode.PCLK - format.clock_khz : format.clock_khz - mode.PCLK;
-    return format.width == mode.HActive && format.lines == mode.VActive && format.total_width == mode.HTotal &&
+    return format.width == mode.HActive && format.lines == mode.VActive &&
+           std::abs(format.total_width - mode.HTotal) <= WIDTH_TOLERANCE &&
            format.interlaced == ((mode.flags & MODE_PROGRESSIVE) == 0) && off <= format.clock_khz / CLOCK_TOLERANCE;
 }
 
@@ -61,23 +66,40 @@ const Television* find_television(const VideoMode& mode)
     return nullptr;
 }
 
+/** Lines of a frame by line of a field. */
+int interlaced_lines(const VideoMode& mode)
+{
+    return (mode.flags & MODE_PROGRESSIVE) == 0 ? 2 : 1;
+}
+
 /** What the AVI info frame says of the aspect ratio, else what formats of this kind have. */
-bool is_wide(const Television* format)
+bool is_wide(const VideoMode& mode, const Television* format)
 {
     const uint8_t told = HasAVIInfo() ? ReadRxReg(REG_RX_AVI_DB2) & AVI_DB2_ASPECT : 0;
     if (format != nullptr && format->vic_4_by_3 == 0) return true;
     if (format != nullptr && format->vic_16_by_9 == 0) return false;
+    if (told == 0 && format == nullptr) return 2 * mode.HActive > 3 * (interlaced_lines(mode) * mode.VActive);
     return told == AVI_DB2_16_BY_9;
 }
 
 } // namespace
+
+void hdmirx_take_picture()
+{
+    if (VState() != VSTATE_VideoOn) return;
+    DetectVideoMode();
+    if (IsHDMIMode())
+        ApplyAVIInfo();
+    else
+        ApplyDefaultColour();
+}
 
 bool hdmirx_get_picture(hdmirx_picture& picture)
 {
     if (VState() != VSTATE_VideoOn) return false;
     const VideoMode& mode = CurrentVideoMode();
     const Television* format = find_television(mode);
-    picture.wide = is_wide(format);
+    picture.wide = is_wide(mode, format);
     picture.vic = format == nullptr ? uint8_t{0} : picture.wide ? format->vic_16_by_9 : format->vic_4_by_3;
     picture.repetition = format != nullptr && format->width == REPEATED_WIDTH ? 1 : 0;
     picture.pixel_clock_hz = mode.PCLK * HZ_PER_KHZ;

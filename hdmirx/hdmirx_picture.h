@@ -19,6 +19,9 @@ struct hdmirx_picture {
     bool operator==(const hdmirx_picture&) const = default;
 };
 
+/** Measure the picture anew and set its colour up: the state machine takes no notice of a change without a break. */
+void hdmirx_take_picture();
+
 /** Look at the picture. @return whether there is one; else picture keeps what it held */
 bool hdmirx_get_picture(hdmirx_picture& picture);
 

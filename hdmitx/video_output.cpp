@@ -197,10 +197,11 @@ void hdmitx_follow(const HdmitxPicture& picture)
     next.bAspect16x9 = picture.wide ? 1 : 0;
     next.bColorimetry709 = picture.itu709 ? 1 : 0;
     next.bVIC = picture.vic;
-    // What a display takes RGB for depends on the format: television has 16 to 235, computers have 0 to 255 (CTA-861).
+    // What a display takes RGB for depends on the format: television has 16 to 235, computers and
+    // DVI have 0 to 255 (CTA-861).
     next.bInputColorMode = hdmitx_video.bInputColorMode & COLOUR_MASK;
     if (picture.itu709) next.bInputColorMode |= INPUT_ITU709;
-    if (picture.vic > VIC_VGA) next.bInputColorMode |= INPUT_LIMITED_RANGE;
+    if (next.bHDMIMode != 0 && picture.vic > VIC_VGA) next.bInputColorMode |= INPUT_LIMITED_RANGE;
     if (next == hdmitx_video) return;
     hdmitx_video = next;
     hdmitx_video.bChangeMode = 1;

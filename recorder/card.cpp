@@ -31,6 +31,11 @@ uint32_t left(uint32_t free_kb, uint32_t gone_kb)
     return recorder_corrections.space && gone_kb > free_kb ? 0 : free_kb - gone_kb;
 }
 
+bool below_limit(uint32_t free_kb)
+{
+    return free_kb < settings.storage_hard_limit;
+}
+
 /** Mode of one LED of the bar. LED 5 has no threshold: it joins in below the hard limit only. */
 int bar_mode(int led, unsigned long free_kb)
 {
@@ -49,7 +54,9 @@ int _storage_mount()
 
 int _storage_umount()
 {
-    if (storage_is_mounted() != 0) return 0;
+    const int mounted = storage_is_mounted();
+    // A look that was killed says nothing, and a card that is pulled while it is mounted loses files.
+    if (recorder_corrections.recordings ? mounted == 1 : mounted != 0) return 0;
     for (int attempt = 1; storage_umount_device() != 0; ++attempt) {
         if (attempt == UMOUNT_ATTEMPTS) {
             CAPD_LOG(LOG_WARNING, "umount sddisk failed\n");
@@ -138,8 +145,8 @@ void _storage_led_bar_clear()
 bool _storage_is_full()
 {
     // 0 stands for "not known" as well, and a card that is full to the last block would be recorded on.
-    const bool known = recorder_corrections.space ? measured : sddisk_available_kb != 0;
-    return known && sddisk_available_kb < settings.storage_hard_limit;
+    if (recorder_corrections.space) return measured && (sddisk_available_kb == 0 || below_limit(sddisk_available_kb));
+    return sddisk_available_kb != 0 && sddisk_available_kb < settings.storage_hard_limit;
 }
 
 } // namespace capd

@@ -56,9 +56,9 @@ void take(const Word& word)
     if (word.is("none")) {
         turn({"all", 3}, false);
     } else if (!turn(word, true)) {
-        CAPD_LOG(LOG_WARNING,
-                 "No correction '%.*s'; there are recordings, space, pace, displays, formats, panel, all, none\n",
-                 static_cast<int>(word.length), word.text);
+        CAPD_LOG_STEP(LOG_WARNING,
+                      "No correction '%.*s'; there are recordings, space, pace, displays, formats, panel, all, none\n",
+                      static_cast<int>(word.length), word.text);
     }
 }
 

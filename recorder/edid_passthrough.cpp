@@ -19,11 +19,15 @@ static_assert(EDID_IMAGE_SIZE == EDID_ROM_SIZE);
 
 namespace {
 
-constexpr uint64_t RETRY_US = 5'000'000; // an access takes the ROM away from the source
+// An access takes the ROM away from the source, which may drop its picture, and a cell bears a million writes: a ROM
+// that does not take them is left alone more and more.
+constexpr uint64_t FIRST_RETRY_US = 5'000'000;
+constexpr uint64_t LAST_RETRY_US = 640'000'000;
 
 std::array<unsigned char, EDID_IMAGE_SIZE> pending; // what the ROM should hold
 bool is_pending;                                    // and does not yet
 Timer retry_timer;
+uint64_t retry_us = FIRST_RETRY_US;
 
 void dump(const unsigned char* bytes)
 {
@@ -97,6 +101,7 @@ int edid_data_callback(const unsigned char* edid)
     const LogOperation operation(__func__);
     CAPD_LOG_STEP(LOG_INFO, "Got edid data in callback\n");
     is_pending = false;
+    retry_us = FIRST_RETRY_US;
     if (settings.edid_write_disabled == 1) {
         CAPD_LOG_STEP(LOG_INFO, "Edid write disabled\n");
         return 0;
@@ -112,10 +117,11 @@ int edid_data_callback(const unsigned char* edid)
 void edid_passthrough_retry()
 {
     if (!is_pending || recorder_state() == STATE_RECORDING || recorder_state() == STATE_AUTO_STOPPED) return;
-    if (timer_expired(&retry_timer, RETRY_US) == 0) return;
+    if (timer_expired(&retry_timer, retry_us) == 0) return;
     const LogOperation operation("edid_data_callback");
     const std::array<unsigned char, EDID_IMAGE_SIZE> edid = pending;
     is_pending = false;
+    retry_us = std::min(2 * retry_us, LAST_RETRY_US);
     pass_on(edid.data());
 }
 

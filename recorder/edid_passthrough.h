@@ -16,7 +16,8 @@ namespace capd {
 int edid_data_callback(const unsigned char* edid);
 
 /**
- * Try again, every five seconds outside of recordings, what edid_data_callback() could not do. With corrected displays
+ * Try again, outside of recordings, what edid_data_callback() could not do: after five seconds, then after twice as
+ * long each time, up to ten minutes. With corrected displays
  * only; without them nothing is ever left to be done.
  */
 void edid_passthrough_retry();

@@ -4,7 +4,10 @@
 #include "hdmirx/hdmirx_picture.h"
 #include "hdmitx/hdmitx.h"
 #include "recorder/corrections.h"
+#include "recorder/state.h"
 #include "recorder/timer.h"
+
+#include <cstdlib>
 
 namespace capd {
 
@@ -19,14 +22,25 @@ int last_result = NO_RESULT;
 Timer blank_timer;
 Timer unblank_timer;
 
-/** What the encoder is configured for. */
+/** What of an input the encoder is configured for. */
 struct Format {
     int32_t width, height, interlaced, rate;
 
-    bool operator==(const Format&) const = default;
+    /** The rate is counted coarsely: one count more or less can make 24 Hz of 25. */
+    bool is_like(const Format& other) const
+    {
+        return width == other.width && height == other.height && interlaced == other.interlaced &&
+               std::abs(rate - other.rate) <= RATE_TOLERANCE;
+    }
+    static constexpr int RATE_TOLERANCE = 2;
 };
-Format format;      // of the last two stable checks
-Format last_format; // of the last one
+Format recorded;    // what the encoder is configured for
+Format last_format; // of the last stable check
+
+Format format_of(const hdmirx_info& info)
+{
+    return {info.active_width, info.active_height, info.interlaced, info.frame_rate};
+}
 
 void input_came()
 {
@@ -56,18 +70,18 @@ void follow_input()
     hdmitx_follow({picture.pixel_clock_hz, picture.vic, picture.repetition, picture.wide, picture.itu709});
 }
 
-/** Look at a stable input. @return whether its format has become another one since it was last sure */
+/** Look at a stable input. @return whether it is another one than is recorded, two checks in a row */
 bool has_changed_format()
 {
     hdmirx_info info{};
-    hdmirx_get_info(0, &info, 0);
-    const Format seen = {info.active_width, info.active_height, info.interlaced, info.frame_rate};
-    const bool sure = seen == last_format;
+    if (hdmirx_get_info(0, &info, 0) != 0) return false;
+    const Format seen = format_of(info);
+    const bool sure = seen.is_like(last_format);
     last_format = seen;
-    if (!sure || seen == format) return false;
-    const bool first = format == Format{};
-    format = seen;
-    return !first;
+    if (!sure || seen.is_like(recorded)) return false;
+    recorded = seen;
+    hdmirx_take_picture();
+    return true;
 }
 
 /** @return whether it has just been found to be gone for good */
@@ -76,7 +90,6 @@ bool input_stays_away()
     if (timer_expired(&blank_timer, BLANK_DELAY_US) != 1) return false;
     hdmitx_blank();
     timer_reset(&blank_timer);
-    format = {}; // whatever comes next is recorded as what it is
     return true;
 }
 
@@ -85,6 +98,11 @@ bool input_stays_away()
 bool input_is_stable()
 {
     return stable;
+}
+
+void watch_format(const hdmirx_info& info)
+{
+    recorded = format_of(info);
 }
 
 bool check_input()
@@ -105,8 +123,8 @@ bool check_input()
     last_result = result;
     // A source may change its format between two checks; the encoder would go on with the old one.
     if (recorder_corrections.formats && result == 0) {
+        gone = recorder_state() == STATE_RECORDING && has_changed_format();
         follow_input();
-        gone = has_changed_format();
     }
     return gone;
 }

@@ -5,10 +5,15 @@
  */
 #pragma once
 
+#include "hdmirx/hdmirx_info.h"
+
 namespace capd {
 
 /** Whether the input was stable at the last check. */
 bool input_is_stable();
+
+/** The encoder was configured for this input: with corrected formats another one at a check counts as gone. */
+void watch_format(const hdmirx_info& info);
 
 /** Make one check. The loop calls it every 80 ms. @return whether the input is now gone, which ends a recording */
 bool check_input();

@@ -1,6 +1,5 @@
 #include "recorder/keys.h"
 
-#include "platform/platform.h"
 #include "recorder/card.h"
 #include "recorder/corrections.h"
 #include "recorder/log.h"
@@ -16,8 +15,6 @@
 namespace capd {
 
 namespace {
-
-constexpr uint32_t LAST_REFRESH_US = 20'000; // one that had begun has ended by then
 
 /** Refuse a key while recording. @return 0 */
 int32_t _error_busy(int32_t /*argument*/)
@@ -90,7 +87,7 @@ int32_t _power_off(int32_t /*argument*/)
     // A refresh between the darkening and the standby would light the LEDs until the box is switched on.
     if (recorder_corrections.panel) {
         enter_state(STATE_POWER_OFF);
-        platform::sleep_us(LAST_REFRESH_US);
+        led_pause(true);
     }
     led_group_clear(PANEL_GROUP);
     led_group_clear(BAR_GROUP);
@@ -101,6 +98,7 @@ int32_t _power_off(int32_t /*argument*/)
 int32_t _power_on(int32_t /*argument*/)
 {
     CAPD_LOG(LOG_INFO, "power on\n");
+    led_pause(false);
     enter_state(STATE_IDLE);
     panel_set(PANEL_POWER, LED_BLINK);
     _storage_measure();

@@ -33,6 +33,8 @@ int _key_poll()
 
 namespace {
 
+bool gone_meanwhile; // found by serve_hdmi()
+
 void poll_input()
 {
     const int r = hdmirx_run();
@@ -66,6 +68,7 @@ void serve_hdmi()
 {
     static Timer input_poll;
     static Timer output_poll;
+    static Timer stability;
     if (timer_expired(&input_poll, INPUT_POLL_US) != 0) {
         timer_start(&input_poll); // the first time it was not running
         poll_input();
@@ -74,13 +77,20 @@ void serve_hdmi()
         timer_start(&output_poll);
         poll_output();
     }
+    if (timer_expired(&stability, STABILITY_US) != 0) {
+        timer_start(&stability);
+        gone_meanwhile |= check_input(); // ends the recording once there is one again
+    }
 }
 
 void main_loop_pass(LoopTimers* timers)
 {
     const RecorderState state = recorder_state();
     if (timer_expired(&timers->input_poll, INPUT_POLL_US) == 1) poll_input();
-    if (timer_expired(&timers->stability, STABILITY_US) == 1 && check_input()) _auto_stop();
+    if (timer_expired(&timers->stability, STABILITY_US) == 1 && (check_input() || gone_meanwhile)) {
+        gone_meanwhile = false;
+        _auto_stop();
+    }
     if (timer_expired(&timers->output_poll, OUTPUT_POLL_US) == 1) {
         poll_output();
         edid_passthrough_retry();

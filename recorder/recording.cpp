@@ -69,6 +69,7 @@ int configure_for_input()
     if (r != 0) return r;
     tell_refusal(av_rec_refusal(info), info);
     r = av_rec_configure(selected_config(), &info);
+    watch_format(info);
     if (r != 0) CAPD_LOG_STEP(LOG_WARNING, "av_rec_configure failed: %d\n", r);
     return r;
 }
@@ -182,6 +183,7 @@ int start_next_part()
         return r;
     }
     hdmirx_debug(0);
+    begin_status_period();
     return start_encoder();
 }
 
@@ -207,10 +209,10 @@ int _av_rec_stop_start()
 {
     const LogOperation operation(__func__);
     panel_set(PANEL_ERROR, LED_BLINK);
-    stop_encoder();
-    for (int i = 0; i < 3; ++i) sync(); // the closed part must survive whatever happens to the next one
+    const bool stuck = stop_encoder() == AV_REC_STUCK; // as with a card that does not answer: sync() would not, either
+    for (int i = 0; i < 3 && !stuck; ++i) sync();      // the closed part must survive whatever happens to the next one
     _sddisk_available_kb_update(file.data());
-    const int r = start_next_part();
+    const int r = stuck ? AV_REC_STUCK : start_next_part();
     if (r != 0) {
         // No encoder runs any more: staying in STATE_RECORDING would show a recording that is none.
         _storage_umount();

@@ -17,6 +17,10 @@ int32_t hdmirx_port = NONE;
 int32_t config_no = NONE;
 int rec_led = PANEL_RECORD_0;
 
+// With the corrected panel: in use, but not stored. The same key tries to store it again.
+bool port_is_unsaved;
+bool config_is_unsaved;
+
 struct PortLeds {
     int selected;
     int recording;
@@ -54,7 +58,8 @@ void load_port()
 {
     int port = 0;
     config_get_hdmirx_port(&port);
-    const int r = _hdmirx_port_set(port);
+    const bool exists = port == 0 || port == 1;
+    const int r = exists || !recorder_corrections.panel ? _hdmirx_port_set(port) : ALREADY_SELECTED;
     // A port that is not there, or that the board does not switch to, would look chosen, and its key would do nothing.
     if (recorder_corrections.panel && r != 0) {
         panel_set(PANEL_ERROR, LED_ON);
@@ -100,11 +105,14 @@ int32_t _hdmirx_port_select(int32_t port)
         panel_set(leds.selected, LED_ON);
         // The port is in use but will not survive a power cycle: tell so, as for a configuration that is not stored.
         if (r != 0) panel_set(PANEL_ERROR, LED_ON);
+        port_is_unsaved = recorder_corrections.panel && r != 0;
     } else if (r == ALREADY_SELECTED) {
         panel_set(leds.selected, LED_ON);
+        if (port_is_unsaved) port_is_unsaved = save_port(port) != 0;
+        if (port_is_unsaved) panel_set(PANEL_ERROR, LED_ON);
     } else {
         panel_set(leds.selected, LED_OFF);
-        panel_set(leds.other, LED_ON);
+        panel_set(leds.other, hdmirx_port == NONE && recorder_corrections.panel ? LED_OFF : LED_ON);
         panel_set(PANEL_ERROR, LED_ON);
     }
     return r;
@@ -112,7 +120,7 @@ int32_t _hdmirx_port_select(int32_t port)
 
 int32_t _av_rec_config_select(int32_t config)
 {
-    if (config_no == config) return ALREADY_SELECTED;
+    if (config_no == config && !config_is_unsaved) return ALREADY_SELECTED;
     panel_set(PANEL_CONFIG, LED_BLINK);
     if (config_set_av_rec_config(config) != 0) {
         panel_set(PANEL_ERROR, LED_ON);
@@ -123,7 +131,8 @@ int32_t _av_rec_config_select(int32_t config)
     const int r = config_commit();
     show_config();
     // The configuration is in use but will not survive a power cycle.
-    if (recorder_corrections.panel && r != 0) panel_set(PANEL_ERROR, LED_ON);
+    config_is_unsaved = recorder_corrections.panel && r != 0;
+    if (config_is_unsaved) panel_set(PANEL_ERROR, LED_ON);
     return 0;
 }
 

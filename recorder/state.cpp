@@ -35,10 +35,15 @@ void enter_state(RecorderState next)
     state.store(next, std::memory_order_relaxed);
     if (next == STATE_POWER_OFF) return;
     last_status_check = 0;
-    timer_start(&status_timer);
+    begin_status_period();
     panel_set(recording_led(), next == STATE_RECORDING ? LED_ON : LED_OFF);
     if (next == STATE_AUTO_STOPPED) timer_start(&auto_stop_timer);
     timer_reset(&restart_timer);
+}
+
+void begin_status_period()
+{
+    timer_start(&status_timer);
 }
 
 bool status_check_due(int64_t now)

@@ -40,6 +40,9 @@ void enter_state(RecorderState next);
  */
 bool status_check_due(int64_t now);
 
+/** A file was begun: the next look at the status comes a whole period later, with the corrected pace. */
+void begin_status_period();
+
 /** Whether a restart is to be tried in STATE_AUTO_STOPPED: in every pass, or once a second with the corrected pace. */
 bool restart_is_due();
 

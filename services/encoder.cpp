@@ -30,6 +30,7 @@ struct Runner {
     pid_t pid;
     bool dead;     // the child's end was seen
     int write_end; // of the stop pipe; not 0 exactly while an encoder is considered running
+    bool stuck;    // it could not be ended
     int64_t start_seconds;
 };
 Runner runner;
@@ -119,9 +120,10 @@ void send_stop(int fd)
     pthread_sigmask(SIG_SETMASK, &previous, nullptr);
 }
 
-void wait_for_end(pid_t pid)
+int wait_for_end(pid_t pid)
 {
     while (waitpid(pid, nullptr, 0) < 0 && errno == EINTR) {}
+    return 0;
 }
 
 /** What is done about an encoder that goes on, and how long it has then. */
@@ -151,16 +153,20 @@ bool wait_seconds_for_end(pid_t pid, int64_t seconds)
     }
 }
 
-void wait_or_kill(pid_t pid)
+/** @return 0, or AV_REC_STUCK */
+int wait_or_kill(pid_t pid)
 {
     for (const auto& step : STOP_STEPS) {
         if (step.signal != 0) {
             printf("%s", step.text);
             kill(-pid, step.signal);
         }
-        if (wait_seconds_for_end(pid, step.seconds)) return;
+        if (!wait_seconds_for_end(pid, step.seconds)) continue;
+        if (step.signal != 0) kill(-pid, SIGKILL); // what the script has started may have ignored the signal
+        return 0;
     }
     printf("Encoder cannot be ended\n"); // it is stuck in the kernel, as with a card that does not answer
+    return AV_REC_STUCK;
 }
 
 void forget_write_end()
@@ -179,6 +185,7 @@ int av_init()
 int av_rec_start(int config_no, const char* output_filename)
 {
     if (runner.write_end != 0) return -2;
+    if (runner.stuck && waitpid(runner.pid, nullptr, WNOHANG) == 0) return -2;
     // Mapped here: the mapping may take locks that another thread holds at the fork. The output is the script's to map.
     char directory[platform::PATH_SIZE];
     char script[platform::PATH_SIZE];
@@ -197,7 +204,7 @@ int av_rec_start(int config_no, const char* output_filename)
     }
     close(read_end); // the child has it
     lead_group(pid); // whichever of the two comes first
-    runner = {pid, false, write_end, period_time().seconds};
+    runner = {pid, false, write_end, false, period_time().seconds};
     return 0;
 }
 
@@ -212,11 +219,9 @@ int av_rec_stop()
     send_stop(runner.write_end);
     forget_write_end();
     // An encoder that does not hear the command would stand still the whole box.
-    if (service_corrections.recordings)
-        wait_or_kill(runner.pid);
-    else
-        wait_for_end(runner.pid);
-    return 0;
+    const int result = service_corrections.recordings ? wait_or_kill(runner.pid) : wait_for_end(runner.pid);
+    runner.stuck = result != 0;
+    return result;
 }
 
 void av_rec_set_wait_step(void (*step)())

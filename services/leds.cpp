@@ -22,7 +22,9 @@ struct led_state {
 };
 static_assert(sizeof(led_state) == 16);
 
-pthread_mutex_t led_lock = PTHREAD_MUTEX_INITIALIZER; // guards the records
+pthread_mutex_t led_lock = PTHREAD_MUTEX_INITIALIZER;     // guards the records
+pthread_mutex_t refresh_lock = PTHREAD_MUTEX_INITIALIZER; // held by a refresh; guards `paused`
+bool paused;
 std::array<led_state, static_cast<size_t>(LED_GROUPS* LEDS_PER_GROUP)> records;
 std::array<std::atomic<int32_t>, LED_GROUPS> last_written; // by both threads, outside the lock
 
@@ -104,8 +106,16 @@ int led_set(int group, int index, int mode)
 
 int led_refresh()
 {
+    const ScopedLock lock(refresh_lock);
+    if (paused) return 0;
     refresh_group(0);
     return refresh_group(1);
+}
+
+void led_pause(bool on)
+{
+    const ScopedLock lock(refresh_lock);
+    paused = on;
 }
 
 int led_group_clear(int group)

@@ -3,8 +3,9 @@
  * LED engine: sixteen LEDs in two groups of eight, each with a mode; a tick turns the modes into one byte per group
  * and writes it to the board controller when it differs from the byte last written.
  *
- * led_set() and led_group_clear() are called by the main thread, led_init() and led_refresh() by the LED thread. The
- * LED lock guards the records and is never held across an I2C write.
+ * led_set(), led_group_clear() and led_pause() are called by the main thread, led_init() and led_refresh() by the LED
+ * thread. The LED lock guards the records and is never held across an I2C write; another one is held for the length of
+ * a refresh.
  */
 #pragma once
 
@@ -34,6 +35,9 @@ int led_set(int group, int index, int mode);
 
 /** Run one tick for both groups. @return result of group 1's write, 0 when it needed none */
 int led_refresh();
+
+/** Let refreshes do nothing, or something again. Returns when none is under way. */
+void led_pause(bool on);
 
 /** Darken a group at once; the records keep their modes. @return the transfer's result; -1 for a group out of range */
 int led_group_clear(int group);

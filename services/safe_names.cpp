@@ -32,6 +32,14 @@ struct Recording {
 Recording recording;
 bool same_card; // nothing was mounted since the last name
 
+/** The recording's last part as it was when its card was unmounted; of a card that was pulled it is not known. */
+struct Left {
+    bool known;
+    off_t size;
+    time_t changed;
+};
+Left left_part;
+
 /** Numbers that files on a card have. */
 struct CardNumbers {
     std::bitset<LAST_NUMBER + 1> used;
@@ -140,18 +148,28 @@ int choose_number(const CardNumbers& numbers)
     return free_number(numbers, number);
 }
 
-/** Whether a file is there; and if so, whether it can be of the recording: one of another card is older. */
-struct Found {
-    bool there;
-    bool ours;
-    off_t size;
-};
-Found find_file(const char* path)
+bool is_near(time_t one, time_t other)
 {
+    return one <= other + FAT_TIME_STEP && other <= one + FAT_TIME_STEP;
+}
+
+/**
+ * Whether a file is the recording's last part: the very one that was left, or where that is not known, one that is not
+ * older than the recording.
+ */
+bool is_the_part(const struct stat& status)
+{
+    if (left_part.known) return status.st_size == left_part.size && is_near(status.st_mtime, left_part.changed);
+    return recording.begun != 0 && status.st_mtime + FAT_TIME_STEP >= recording.begun;
+}
+
+/** Look at a file of the recording. @return whether it is there */
+bool find_part(int part, struct stat& status)
+{
+    char name[NAME_SIZE];
     char mapped[platform::PATH_SIZE];
-    struct stat status {};
-    if (stat(platform::map_path(path, mapped), &status) != 0) return {errno != ENOENT, false, 0};
-    return {true, status.st_mtime + FAT_TIME_STEP >= recording.begun, status.st_size};
+    write_name(name, sizeof(name), recording.number, part);
+    return stat(platform::map_path(name, mapped), &status) == 0;
 }
 
 int name_new_recording(char* name, int size)
@@ -166,17 +184,21 @@ int name_new_recording(char* name, int size)
     const time_t begun = replace_number_file(number_after(number));
     recording = {number, 1, begun};
     same_card = true;
+    left_part.known = false;
     write_name(name, size, number, 1);
     return 0;
 }
 
-bool is_on_the_card(const Recording& what)
+/** Whether the card in the slot is the one that the recording is on. A part that never came to be is taken back. */
+bool is_on_the_card()
 {
-    if (what.number == 0 || what.part == 0) return false;
+    if (recording.number == 0 || recording.part == 0) return false;
     if (same_card) return true;
-    char last[NAME_SIZE];
-    write_name(last, sizeof(last), what.number, what.part);
-    return find_file(last).ours;
+    struct stat status {};
+    if (find_part(recording.part, status)) return is_the_part(status);
+    if (recording.part == 1 || left_part.known || !find_part(recording.part - 1, status)) return false;
+    --recording.part;
+    return is_the_part(status);
 }
 
 /** The part named last is not there any more. Without another one its number can be taken again. */
@@ -190,34 +212,42 @@ void forget_part()
 
 int safe_next_filename(int continuation, char* name, int size)
 {
-    if (continuation < 1 || !is_on_the_card(recording)) return name_new_recording(name, size);
-    char next[NAME_SIZE];
-    write_name(next, sizeof(next), recording.number, recording.part + 1);
-    if (find_file(next).there) return name_new_recording(name, size);
+    if (continuation < 1 || !is_on_the_card()) return name_new_recording(name, size);
+    struct stat status {};
+    // What cannot be looked at may be there.
+    if (find_part(recording.part + 1, status) || errno != ENOENT) return name_new_recording(name, size);
     ++recording.part;
     same_card = true;
+    left_part.known = false;
     write_name(name, size, recording.number, recording.part);
     return 0;
 }
 
-void safe_names_forget_card()
+void safe_names_leave_card()
+{
+    struct stat status {};
+    if (!same_card || recording.part == 0 || !find_part(recording.part, status)) return;
+    left_part = {true, status.st_size, status.st_mtime};
+}
+
+void safe_names_enter_card()
 {
     same_card = false;
 }
 
 int safe_remove_small_file(unsigned long min_kb)
 {
-    if (recording.part == 0) return 0;
-    char name[NAME_SIZE];
-    write_name(name, sizeof(name), recording.number, recording.part);
-    const Found file = find_file(name);
-    if (!file.there) {
-        if (read_number_file() != 0) forget_part(); // the card is there: the encoder made no file
+    if (recording.part == 0 || !same_card) return 0;
+    struct stat status {};
+    if (!find_part(recording.part, status)) {
+        forget_part(); // the encoder made no file
         return 1;
     }
     const int64_t limit_kb = static_cast<int64_t>(min_kb); // wider than the box's long, for the product
-    if (file.size >= limit_kb * 1024 || !file.ours) return 0;
+    if (status.st_size >= limit_kb * 1024) return 0;
+    char name[NAME_SIZE];
     char mapped[platform::PATH_SIZE];
+    write_name(name, sizeof(name), recording.number, recording.part);
     if (remove(platform::map_path(name, mapped)) != 0) {
         printf("Couldn't remove file %s(e=%s)\n", name, strerror(errno));
         return 1;

@@ -17,11 +17,14 @@ namespace capd {
  */
 int safe_next_filename(int continuation, char* name, int size);
 
+/** The card is about to be unmounted: what it looks like now tells it from another one. */
+void safe_names_leave_card();
+
 /** A card was mounted: it may be another one. */
-void safe_names_forget_card();
+void safe_names_enter_card();
 
 /**
- * Remove the part named last if it is smaller than min_kb KiB, and if this recording made it.
+ * Remove the part named last if it is smaller than min_kb KiB, on the card that it was named on.
  * @return 0, or non-zero when it is not there or cannot be removed
  */
 int safe_remove_small_file(unsigned long min_kb);

@@ -156,12 +156,13 @@ int storage_is_mounted()
 
 int storage_mount()
 {
-    safe_names_forget_card();
+    safe_names_enter_card();
     return run_command("/bin/mount -t vfat /dev/mmcblk0p1 /mnt/sddisk");
 }
 
 int storage_umount_device()
 {
+    safe_names_leave_card();
     return run_command("/bin/umount /dev/mmcblk0p1");
 }
 
@@ -177,7 +178,9 @@ int storage_get_available_kb(unsigned long* kb)
     bool measured = true;
     const int64_t total =
         read_number("cat /proc/partitions | grep mmcblk0p1 | awk '{print $3}'", measured) - RESERVED_KB;
-    printf("Full sddisk space            %lu kb\n", static_cast<unsigned long>(total));
+    const int64_t least = service_corrections.space ? 0 : 1; // for the default, 0 would say that it is not known
+    printf("Full sddisk space            %lu kb\n",
+           static_cast<unsigned long>(service_corrections.space ? std::max<int64_t>(total, 0) : total));
     const int64_t used = read_number("du -s /mnt/sddisk | awk '{print $1}'", measured);
     printf("Used space:                  %lu kb\n", static_cast<unsigned long>(used));
     // A card that is smaller than the reserve, or empty, would count as one that could not be measured.
@@ -186,8 +189,7 @@ int storage_get_available_kb(unsigned long* kb)
         printf("Couldn't work out space available\n");
         return 1;
     }
-    // Files may reach into the reserve. That card is full: 0 would say that its free space is not known.
-    *kb = static_cast<unsigned long>(std::max<int64_t>(total - used, 1));
+    *kb = static_cast<unsigned long>(std::max(total - used, least)); // files may reach into the reserve
     printf("Space available:             %lu kb\n", *kb);
     return 0;
 }
@@ -214,7 +216,7 @@ int storage_get_next_filename(int continuation, char* name, int size)
 int storage_remove_small_file(unsigned long min_kb)
 {
     // A number file that changed meanwhile names somebody else's recording.
-    if (service_corrections.recordings) return safe_remove_small_file(min_kb);
+    if (service_corrections.recordings) return storage_card_present() == 0 ? safe_remove_small_file(min_kb) : 1;
     char text[NUMBER_TEXT_SIZE];
     if (file_read_line(NUMBER_FILE, text, NUMBER_TEXT_SIZE - 1) != 0) return 1;
     const int current = number_before(parse_int(text));

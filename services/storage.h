@@ -28,7 +28,8 @@ int storage_check_writable();
 
 /**
  * Measure the free space.
- * @param kb KiB, set on success only; at least 1, as 0 stands for a free space that is not known
+ * @param kb KiB, set on success only; at least 1, as 0 stands for a free space that is not known; with corrected
+ *           space 0 is a full card
  * @return 0, or 1 when it cannot be worked out
  */
 int storage_get_available_kb(unsigned long* kb);

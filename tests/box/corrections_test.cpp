@@ -355,6 +355,17 @@ bool format_that_changed_at_once(RecorderBox& recorder, const char* corrections)
            count(recorder.log(), "av_rec_start succeeded") == 3;
 }
 
+bool output_after_a_change_at_once(RecorderBox& recorder, const char* corrections)
+{
+    tell("display plug tv");
+    start_on(recorder, corrections, {}, "");
+    recorder.press("record", 3s);
+    tell("source 0 format 1080i60 seamless");
+    run_for(5s);
+    const emu::DisplayView view = box().transmitter().view();
+    return view.avi.vic() == 5 && view.afe_range == emu::AfeRange::Low;
+}
+
 bool configuration_that_is_not_kept(RecorderBox& recorder, const char* corrections)
 {
     start_on(recorder, corrections, {}, "");
@@ -369,6 +380,24 @@ bool configuration_that_is_not_taken(RecorderBox& recorder, const char* correcti
     tell("nvram refuse set");
     recorder.press("high", 3s);
     return recorder.panel() == "OO----O";
+}
+
+bool configuration_that_is_kept_at_the_second_try(RecorderBox& recorder, const char* corrections)
+{
+    start_on(recorder, corrections, {}, "");
+    tell("nvram refuse commit");
+    recorder.press("high", 3s);
+    tell("nvram refuse none");
+    recorder.press("high", 3s);
+    tell("nvram power-cut");
+    return recorder.panel() == "OO---O-" && ask("show nvram").find("_AV_REC_CONFIG") != std::string::npos;
+}
+
+bool port_that_does_not_exist(RecorderBox& recorder, const char* corrections)
+{
+    tell("nvram flash _HDMIRX_PORT 5");
+    start_on(recorder, corrections, {}, "");
+    return recorder.panel() == "O-----O";
 }
 
 bool port_that_is_not_switched(RecorderBox& recorder, const char* corrections)
@@ -417,7 +446,10 @@ constexpr Harm HARMS[] = {
     {"formats", "PictureWithoutColorimetry", picture_without_colorimetry},
     {"formats", "RgbOfAComputer", rgb_of_a_computer},
     {"formats", "FormatThatChangedAtOnce", format_that_changed_at_once},
+    {"formats", "OutputAfterAChangeAtOnce", output_after_a_change_at_once},
     {"panel", "ConfigurationThatIsNotKept", configuration_that_is_not_kept},
+    {"panel", "ConfigurationThatIsKeptAtTheSecondTry", configuration_that_is_kept_at_the_second_try},
+    {"panel", "PortThatDoesNotExist", port_that_does_not_exist},
     {"panel", "ConfigurationThatIsNotTaken", configuration_that_is_not_taken},
     {"panel", "PortThatIsNotSwitched", port_that_is_not_switched},
     {"panel", "ErrorLedOfTheAutoStop", error_led_of_the_auto_stop},
@@ -454,6 +486,72 @@ TEST_P(Corrections, HoldTogether)
 {
     RecorderBox recorder;
     EXPECT_TRUE(GetParam().is_mended(recorder, "all"));
+}
+
+// Catches: a card that is taken for another one, whatever was done to the clock.
+TEST(CorrectedRecordings, GoOnOnTheCardThatTheyAreOn)
+{
+    RecorderBox recorder;
+    start_on(recorder, "all", {}, "");
+    recorder.press("record", 5s);
+    tell("card remove");
+    run_for(2s);
+    tell("card insert");
+    run_for(6s);
+    emu::inprocess_set_wall_clock(POWER_ON - 3600);
+    tell("source 0 sync off");
+    run_for(1s);
+    tell("source 0 sync on");
+    run_for(8s);
+    recorder.press("stop", 2s);
+    EXPECT_EQ(recorder.recordings(), "00001.00001.mp4 00001.00002.mp4 00001.00003.mp4 ");
+    EXPECT_EQ(box().card().read(".media_fileno"), "2");
+}
+
+// Catches: a source that flaps using up the numbers, and its small parts staying behind.
+TEST(CorrectedRecordings, GiveTheNumberBackOfWhichNothingIsLeft)
+{
+    RecorderBox recorder;
+    start_on(recorder, "all", {}, "");
+    tell("encoder rate 100");
+    recorder.press("record", 2s);
+    for (int loss = 0; loss < 3; ++loss) {
+        tell("source 0 sync off");
+        run_for(1s);
+        tell("source 0 sync on");
+        run_for(4s);
+    }
+    tell("encoder rate 0");
+    run_for(5s);
+    recorder.press("stop", 2s);
+    EXPECT_EQ(recorder.recordings(), "00001.00001.mp4 ");
+}
+
+// Catches: a DVI display that is driven as if it were a television.
+TEST(CorrectedFormats, LeaveADviDisplayTheFullRange)
+{
+    RecorderBox recorder;
+    tell("display plug dvi");
+    start_on(recorder, "all", {}, "");
+    run_for(3s);
+    const emu::DisplayView view = box().transmitter().view();
+    EXPECT_EQ(view.matrix, (emu::Matrix{emu::MatrixKind::YuvToRgb, true, false}));
+}
+
+// Catches: a ROM that cannot be written and is worn out by trying, and one that is never tried again.
+TEST(CorrectedDisplays, TryABadRomLessAndLess)
+{
+    RecorderBox recorder;
+    start_on(recorder, "all", {}, "");
+    box().i2c().fail_all(EDID_ROM, EIO);
+    tell("display plug tv");
+    run_for(60s);
+    const uint64_t first = box().i2c().count(EDID_ROM);
+    run_for(60s);
+    EXPECT_LT(box().i2c().count(EDID_ROM) - first, first / 2);
+    box().i2c().mend(EDID_ROM);
+    run_for(600s);
+    EXPECT_TRUE(rom_holds(emu::find_edid("tv")));
 }
 
 } // namespace bench

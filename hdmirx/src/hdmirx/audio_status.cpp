@@ -4,6 +4,8 @@
 #include "hdmirx/src/hdmirx/access.h"
 #include "hdmirx/src/hdmirx/registers.h"
 
+#include <bit>
+
 namespace capd::rx {
 
 uint8_t GetAudioType()
@@ -53,8 +55,8 @@ int GetAudioChannelStatus(ChannelStatus& status)
 
 int ReadAudioChannels()
 {
-    const uint8_t type = GetAudioType();
-    return (type & AUDIO_TYPE_LAYOUT1) == 0 ? 2 : 2 * (type & AUDIO_TYPE_LINE);
+    if ((GetAudioType() & AUDIO_TYPE_LAYOUT1) == 0) return 2;
+    return 2 * std::popcount(PollAudioStatus().lines);
 }
 
 uint8_t ReadAudioFs()

@@ -40,7 +40,8 @@ AudioSnapshot PollAudioStatus();
 /** Read the channel status. @return 1; 0, with status untouched, without audio or with DSD audio */
 int GetAudioChannelStatus(ChannelStatus& status);
 
-/** @return how many channels the audio has: 2 in layout 0, two per active line in layout 1 (HDMI 1.4, 5.3.4) */
+/** @return how many channels the audio has: 2 in layout 0, two per active line in layout 1 (HDMI 1.4, 5.3.4);
+ * that sleeps 3 ms */
 int ReadAudioChannels();
 
 /** @return the IEC 60958 sampling-frequency code that the chip has measured */

@@ -25,6 +25,8 @@ constinit struct {
     bool NewAVIInfoFrameF = false;
     uint8_t saved_avi_db1 = 0; // what the colour was last set up by
     uint8_t saved_avi_db2 = 0;
+    uint8_t saved_avi_db3 = 0; // with corrected formats only
+    uint8_t saved_avi_vic = 0;
 } state;
 
 // What the converter and the chroma stage of REG_RX_OUTPUT_MODE have to do.
@@ -70,12 +72,33 @@ bool is_television()
     }
 }
 
+/** Whether the bytes about the range are others than at the last look. */
+bool range_has_changed()
+{
+    const uint8_t db3 = ReadRxReg(REG_RX_AVI_DB3);
+    const uint8_t vic = ReadRxReg(REG_RX_AVI_VIC);
+    const bool changed = db3 != state.saved_avi_db3 || vic != state.saved_avi_vic;
+    state.saved_avi_db3 = db3;
+    state.saved_avi_vic = vic;
+    return changed;
+}
+
 /** Take the range of an RGB input from the AVI info frame; by its default, the frame's VIC decides (CTA-861, 5.1). */
 void set_input_range()
 {
     const uint8_t range = ReadRxReg(REG_RX_AVI_DB3) & AVI_DB3_RANGE;
     const uint8_t vic = ReadRxReg(REG_RX_AVI_VIC) & AVI_VIC;
     set_limited_range(range == AVI_DB3_LIMITED || (range == 0 && vic > VIC_VGA));
+}
+
+/** xvYCC comes in both kinds; of the others the receiver has no matrix, and their size decides. */
+void set_extended_colorimetry()
+{
+    const uint8_t extended = ReadRxReg(REG_RX_AVI_DB3) & AVI_DB3_EXTENDED;
+    if (extended == AVI_DB3_XVYCC601 || extended == AVI_DB3_XVYCC709)
+        set_itu709(extended == AVI_DB3_XVYCC709);
+    else
+        SetColorimetryByMode();
 }
 
 /** Take the colorimetry from the AVI info frame, or where it does not tell, from the picture's size. */
@@ -85,7 +108,7 @@ void set_colorimetry()
     switch (told) {
     case AVI_DB2_ITU601: set_itu709(false); break;
     case AVI_DB2_ITU709: set_itu709(true); break;
-    case AVI_DB2_EXTENDED: set_itu709((ReadRxReg(REG_RX_AVI_DB3) & AVI_DB3_EXTENDED) == AVI_DB3_XVYCC709); break;
+    case AVI_DB2_EXTENDED: set_extended_colorimetry(); break;
     default: SetColorimetryByMode(); break;
     }
     printf((state.InputFormatFlags & FORMAT_ITU709) != 0 ? "F_MODE_ITU709\n" : "F_MODE_ITU601\n");
@@ -276,7 +299,9 @@ void FollowAVIInfo()
 {
     const uint8_t db1 = ReadRxReg(REG_RX_AVI_DB1);
     const uint8_t db2 = ReadRxReg(REG_RX_AVI_DB2);
-    if ((db1 != state.saved_avi_db1 || db2 != state.saved_avi_db2) && IsHDMIMode()) RXINT_AVIInfoFrame_Chg();
+    // Range and code of a picture decide about its colours, too.
+    const bool more = hdmirx_corrections.formats && range_has_changed();
+    if ((db1 != state.saved_avi_db1 || db2 != state.saved_avi_db2 || more) && IsHDMIMode()) RXINT_AVIInfoFrame_Chg();
     state.saved_avi_db1 = db1;
     state.saved_avi_db2 = db2;
 }

@@ -225,6 +225,7 @@ constexpr uint8_t     AVI_DB2_4_BY_3 = 0x10;
 constexpr uint8_t     AVI_DB2_16_BY_9 = 0x20;
 constexpr uint8_t REG_RX_AVI_DB3     = 0xB0;
 constexpr uint8_t   AVI_DB3_EXTENDED = 0x70; // field:
+constexpr uint8_t     AVI_DB3_XVYCC601 = 0x00;
 constexpr uint8_t     AVI_DB3_XVYCC709 = 0x10;
 constexpr uint8_t   AVI_DB3_RANGE    = 0x0C; // field: 0 as the format has it
 constexpr uint8_t     AVI_DB3_LIMITED = 0x04;
