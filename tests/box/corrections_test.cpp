@@ -92,10 +92,16 @@ bool part_on_another_card(RecorderBox& recorder, const char* corrections)
     return recorder.recordings() == "00001.00001.mp4 ";
 }
 
+/** For how long an encoder hangs, in the PC's milliseconds: who does not end it waits for all of that. */
+std::string hang_time(const char* corrections)
+{
+    return std::string_view(corrections) == "none" ? "1000" : "60000";
+}
+
 bool encoder_that_does_not_stop(RecorderBox& recorder, const char* corrections)
 {
     start_on(recorder, corrections, {}, "");
-    tell("encoder hang 1000");
+    tell("encoder hang " + hang_time(corrections));
     recorder.press("record", 3s);
     recorder.log();
     const uint64_t transfers = box().i2c().count(RECEIVER);
@@ -108,7 +114,7 @@ bool encoder_that_does_not_stop(RecorderBox& recorder, const char* corrections)
 bool encoder_that_ignores_the_signal(RecorderBox& recorder, const char* corrections)
 {
     start_on(recorder, corrections, {}, "");
-    tell("encoder deaf 1000");
+    tell("encoder deaf " + hang_time(corrections));
     recorder.press("record", 3s);
     recorder.press("stop", 17s);
     return missing_in_order(recorder.log(), {"SIGTERM\n", "SIGKILL\n", "umount sddisk succeedeed"}).empty();
