@@ -7,6 +7,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
+#include <fstream>
 #include <poll.h>
 #include <sstream>
 #include <stdexcept>
@@ -41,6 +42,25 @@ bool runs(pid_t pid)
     ::close(file);
     const char* state = std::strrchr(text, ')'); // behind the program's name
     return got && state != nullptr && std::strncmp(state, ") Z", 3) != 0 && std::strncmp(state, ") X", 3) != 0;
+}
+
+/** Whether a process is about to end by a signal: it is on its way, or the process is on its way out. */
+bool is_being_killed(pid_t pid)
+{
+    constexpr uint64_t KILL_AND_TERM = uint64_t{1} << (SIGKILL - 1) | uint64_t{1} << (SIGTERM - 1);
+    std::ifstream status("/proc/" + std::to_string(pid) + "/status");
+    for (std::string line; std::getline(status, line);) {
+        const bool pending = line.starts_with("SigPnd:") || line.starts_with("ShdPnd:");
+        if (pending && (std::stoull(line.substr(7), nullptr, 16) & KILL_AND_TERM) != 0) return true;
+    }
+    constexpr uint64_t EXITING = 0x4; // of the seventh field behind the program's name
+    std::ifstream stat("/proc/" + std::to_string(pid) + "/stat");
+    std::string text;
+    std::getline(stat, text);
+    std::istringstream fields(text.substr(std::min(text.size(), text.rfind(')') + 1)));
+    std::string field;
+    for (int i = 0; i < 7; ++i) fields >> field;
+    return !field.empty() && (std::stoull(field) & EXITING) != 0;
 }
 
 /** Whether whoever could tell a process to stop has let go of its standard input. */
@@ -162,8 +182,9 @@ void Encoder::settle_stop()
 {
     catch_up();
     const std::string what = behaviour();
-    if (!recording_ || what.starts_with("hang") || what.starts_with("deaf")) return;
-    if (was_told_to_stop(recording_->pid)) wait_for_end(recording_->pid);
+    if (!recording_) return;
+    const bool goes_on = what.starts_with("hang") || what.starts_with("deaf");
+    if (goes_on ? is_being_killed(recording_->pid) : was_told_to_stop(recording_->pid)) wait_for_end(recording_->pid);
 }
 
 void Encoder::catch_up()

@@ -145,8 +145,9 @@ tell "running $$ $writer $width $height $frame_rate $sample_rate $channels $((vi
 wait_for_stop
 tell "stopping $$"
 
-# Hang, but not for nobody: who started the script may be gone, and the box as well.
+# Hang, but not for nobody: who started the script may be gone, and the box as well. A signal ends that at once.
 behaviour
+[ "$what" = hang ] && trap - TERM
 deadline=$((${EPOCHREALTIME/[.,]/} + 1000 * ${delay:-0}))
 while [[ $what == @(hang|deaf) ]] && ((${EPOCHREALTIME/[.,]/} < deadline)) && kill -0 $PPID 2>/dev/null; do
     sleep 0.02
