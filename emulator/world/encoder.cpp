@@ -25,6 +25,7 @@ constexpr std::string_view SCRIPT_PUT_ASIDE = "/kxbin/enc.sh.missing";
 constexpr std::string_view LOG = "/run/encoder/log";
 constexpr std::string_view BEHAVIOUR = "/run/encoder/behaviour";
 constexpr std::string_view WRITING = "/run/encoder/writing"; // the script's pid while its file is open
+constexpr std::string_view HOLD = "/run/encoder/hold"; // while it is there the script waits at its beginning
 constexpr std::string_view KIND = "/run/encoder/kind";
 constexpr std::string_view INPUT = "/run/encoder/input"; // port and format of what is recorded
 
@@ -167,9 +168,17 @@ void Encoder::grow()
     if (::truncate(recording_->file.c_str(), size) != 0) return;
 }
 
+/** How far a script gets before the daemon looks is a matter of the PC's load: in virtual time it has not begun yet. */
+void Encoder::expect_start()
+{
+    starting_ = true;
+    root_.write(HOLD, "");
+}
+
 void Encoder::settle()
 {
     if (!starting_) return;
+    root_.remove(HOLD);
     wait_until("the encoder's script has said that it runs or refuses, or ended without a word", [this] {
         const bool ended = a_child_has_ended(); // one that finds no script says nothing
         read_log();

@@ -44,8 +44,8 @@ public:
     Encoder(const Encoder&) = delete;
     Encoder& operator=(const Encoder&) = delete;
 
-    /** The daemon is about to start the script; settle() will wait for it. */
-    void expect_start() { starting_ = true; }
+    /** The daemon is about to start the script, which is held at its beginning until settle() waits for it. */
+    void expect_start();
     /** Wait until an expected script runs, has refused or has ended. Throws std::runtime_error after two minutes. */
     void settle();
     /** Wait until a script that was told to stop has ended, unless it is to hang. Throws as settle() does. */

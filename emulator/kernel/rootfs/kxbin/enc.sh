@@ -38,6 +38,9 @@ behaviour() {
     read -r what delay <"$run/behaviour"
 }
 
+# Held until the box's clock goes on; but not for nobody, and not from whoever tells it to stop already.
+while [ -e "$run/hold" ] && ! read -r -t 0 && kill -0 $PPID 2>/dev/null; do sleep 0.002; done
+
 declare -A value
 read_config() {
     local key rest
