@@ -147,7 +147,7 @@ Json heard_facts(const Sound& sound)
 Json display_facts(const DisplayView& view)
 {
     static constexpr const char* SIGNALS[] = {"none", "dvi", "hdmi"};
-    static constexpr const char* PICTURES[] = {"none", "blanked", "frozen", "wrong-colours", "good"};
+    static constexpr const char* PICTURES[] = {"none", "blanked", "frozen", "out-of-range", "wrong-colours", "good"};
     static constexpr const char* CONVERTERS[] = {"none", "unknown", "rgb-to-yuv", "yuv-to-rgb"};
     if (!view.plugged) return Json::object({{"plugged", false}});
     return {{"plugged", true},
@@ -156,6 +156,11 @@ Json display_facts(const DisplayView& view)
             {"signal", word(SIGNALS, view.signal)},
             {"picture", word(PICTURES, view.picture)},
             {"why", view.why},
+            {"but", view.but},
+            {"clock_khz", view.tmds_khz},
+            {"width", view.timing.width},
+            {"height", view.timing.height},
+            {"interlaced", view.timing.interlaced},
             {"colour", word(COLOURS, view.wire)},
             {"depth_bits", view.depth_bits},
             {"converter", word(CONVERTERS, view.matrix.kind)},

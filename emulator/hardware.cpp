@@ -7,6 +7,8 @@
 
 namespace emu {
 
+constexpr uint32_t BOARD_AUDIO_HZ = 48'000; // at the transmitter, whatever the source sends
+
 Hardware::Hardware(const BoxOptions& options)
     : root_(options.root), i2c_(time_), sources_{Source(time_, 0), Source(time_, 1)},
       receiver_(time_, sources_[0], sources_[1]), transmitter_(time_), board_(time_), capture_(i2c_, time_),
@@ -43,6 +45,7 @@ void Hardware::show_input()
     const int port = board_.selected_port();
     const bool sends = port >= 0 && source(port).sends();
     encoder_.show_input(port, sends ? source(port).signal().format.name : "");
+    transmitter_.set_input(sends ? source(port).signal().timing() : PictureTiming{}, BOARD_AUDIO_HZ);
 }
 
 void Hardware::add_commands()

@@ -99,6 +99,7 @@ const char* picture_name(Picture picture)
     case Picture::NoSignal: return "none";
     case Picture::Blanked: return "blanked";
     case Picture::Frozen: return "none yet";
+    case Picture::OutOfRange: return "out of range";
     case Picture::WrongColours: return "wrong colours";
     case Picture::Good: return "good";
     }
@@ -122,9 +123,11 @@ std::string describe(const DisplayView& view)
     std::string text =
         line("display", view.name + (view.display.product.empty() ? "" : " \"" + view.display.product + "\""));
     text += line("signal", name_of(view.signal));
-    text += line("picture", std::string(picture_name(view.picture)) + (view.why.empty() ? "" : ": " + view.why));
+    text += line("picture", std::string(picture_name(view.picture)) + (view.why.empty() ? "" : ": " + view.why) +
+                                (view.but.empty() ? "" : ", but " + view.but));
     text +=
         line("cable", format("%s, %u bits, from %s", colour_name(view.wire), view.depth_bits, colour_name(view.input)));
+    text += line("clock", format("%.2f MHz", view.tmds_khz / 1000.0));
     text += line("converter", name_of(view.matrix));
     text += line("AFE", std::string(name_of(view.afe)) + ", " + name_of(view.afe_range));
     text += line("video path", view.video_held ? "held" : "running");

@@ -4,6 +4,7 @@
 #include "emulator/world/iec60958.h"
 
 #include <algorithm>
+#include <cmath>
 #include <numeric>
 
 namespace emu {
@@ -14,9 +15,13 @@ using namespace tx;
 
 // ---------------------------------------------------------------- signal and picture
 
+/** The chip's description: the front end's PLLs have a range for clocks up to this one and a range above it. */
+constexpr uint32_t LOW_RANGE_UP_TO_KHZ = 80'000;
+
+/** Without a clock from the picture that comes in nothing leaves. */
 OutputSignal signal_of(const TransmitterOutput& out, AfeState afe)
 {
-    if (!out.enabled || afe != AfeState::Running) return OutputSignal::None;
+    if (!out.enabled || out.timing.clock_khz == 0 || afe != AfeState::Running) return OutputSignal::None;
     return (out.bank0[REG_HDMI] & HDMI_MODE) != 0 ? OutputSignal::Hdmi : OutputSignal::Dvi;
 }
 
@@ -98,7 +103,32 @@ std::string colour_fault(const DisplayView& view)
     return taken ? "" : std::string("the display does not take ") + colour_name(view.wire);
 }
 
-void judge_picture(DisplayView& view, const TransmitterOutput& out)
+std::string megahertz(uint32_t khz)
+{
+    return std::to_string(khz / 1000) + " MHz";
+}
+
+/** Why a display cannot lock to the timing; empty when it can. One whose EDID lists nothing shows what it gets. */
+std::string range_fault(const DisplayView& view, const DisplayLimits& limits)
+{
+    if (limits.max_clock_khz != 0 && view.tmds_khz > limits.max_clock_khz)
+        return megahertz(view.tmds_khz) + ", the display takes " + megahertz(limits.max_clock_khz);
+    if (view.timing.width == 0 || limits.timings.empty() || limits.lists(view.timing)) return "";
+    return std::to_string(view.timing.width) + "x" + std::to_string(view.timing.height) +
+           (view.timing.interlaced ? " interlaced" : "") + " at " + std::to_string(std::lround(view.timing.rate_hz)) +
+           " Hz is none of its timings";
+}
+
+/** What keeps a good picture from being a safe one. */
+std::string reservation(const DisplayView& view)
+{
+    const bool fast = view.tmds_khz > LOW_RANGE_UP_TO_KHZ;
+    if (fast && view.afe_range != AfeRange::High) return "the front end is in its low range";
+    if (!fast && view.afe_range != AfeRange::Low) return "the front end is in its high range";
+    return "";
+}
+
+void judge_picture(DisplayView& view, const TransmitterOutput& out, const DisplayLimits& limits)
 {
     const auto verdict = [&view](Picture picture, std::string why) {
         view.picture = picture;
@@ -106,13 +136,17 @@ void judge_picture(DisplayView& view, const TransmitterOutput& out)
     };
     if (!view.plugged) return verdict(Picture::NoSignal, "nothing is plugged in");
     if (!out.enabled) return verdict(Picture::NoSignal, "the board keeps the output off");
+    if (out.timing.clock_khz == 0) return verdict(Picture::NoSignal, "no picture comes in");
     if (view.signal == OutputSignal::None) return verdict(Picture::NoSignal, "the output stage does not run");
     if (view.signal == OutputSignal::Hdmi && !view.display.hdmi)
         return verdict(Picture::NoSignal, "the display knows DVI only and gets HDMI");
+    const std::string out_of_range = range_fault(view, limits);
+    if (!out_of_range.empty()) return verdict(Picture::OutOfRange, out_of_range);
     if (view.muted) return verdict(Picture::Blanked, "AV mute is set");
     if (view.video_held) return verdict(Picture::Frozen, "the video path is held");
     const std::string fault = colour_fault(view);
     verdict(fault.empty() ? Picture::Good : Picture::WrongColours, fault);
+    if (fault.empty()) view.but = reservation(view);
 }
 
 // ---------------------------------------------------------------- info frames
@@ -174,7 +208,7 @@ uint32_t twenty_bits(const std::array<uint8_t, 256>& r, uint8_t reg)
 /** Audio clock regeneration: 128 x rate = TMDS clock x N / CTS. */
 void regenerate_clock(Sound& sound, const TransmitterOutput& out)
 {
-    const uint64_t clock = out.pixel_clock_hz, wanted = uint64_t{128} * out.audio_rate_hz;
+    const uint64_t clock = uint64_t{1000} * out.timing.clock_khz, wanted = uint64_t{128} * out.audio_rate_hz;
     sound.n = twenty_bits(out.bank1, REG_N);
     sound.cts_measured = (out.bank0[REG_CTS_SOURCE] & CTS_FROM_REGISTERS) == 0;
     sound.cts = sound.cts_measured && wanted != 0 ? static_cast<uint32_t>((clock * sound.n + wanted / 2) / wanted)
@@ -237,7 +271,9 @@ DisplayView look(const Display& display, const TransmitterOutput& output)
     view.audio = audio_frame(output, view.signal);
     view.vendor = vendor_frame(output, view.signal);
     view.sound = sound_of(view, output);
-    judge_picture(view, output);
+    view.timing = output.timing;
+    view.tmds_khz = static_cast<uint32_t>(uint64_t{output.timing.clock_khz} * view.depth_bits / 8);
+    judge_picture(view, output, display.limits());
     return view;
 }
 

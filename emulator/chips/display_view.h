@@ -25,6 +25,7 @@ enum class Picture : uint8_t {
     NoSignal,
     Blanked,      ///< AV mute
     Frozen,       ///< a signal without a running picture
+    OutOfRange,   ///< a clock or a timing that the display does not take
     WrongColours, ///< the display takes the colours for what they are not, or cannot take them
     Good,
 };
@@ -69,7 +70,10 @@ struct DisplayView {
     DisplayAbilities display;
     OutputSignal signal = OutputSignal::None;
     Picture picture = Picture::NoSignal;
-    std::string why; ///< reason, where the picture is not good
+    std::string why;       ///< reason, where the picture is not good
+    std::string but;       ///< what is wrong with a good one all the same
+    PictureTiming timing;  ///< that comes in
+    uint32_t tmds_khz = 0; ///< clock on the cable
     AfeState afe = AfeState::Off;
     AfeRange afe_range = AfeRange::None;
     bool video_held = true;
@@ -89,7 +93,8 @@ struct TransmitterOutput {
     std::array<uint8_t, 256> bank0{}, bank1{};
     bool enabled = false; ///< by the board
     bool audio_overflown = false;
-    uint32_t pixel_clock_hz = 0, audio_rate_hz = 0; ///< that come in from the box
+    PictureTiming timing; ///< that comes in from the box; of size 0: of a clock alone, which no display can judge
+    uint32_t audio_rate_hz = 0;
 };
 
 /** Work out what a display makes of an output. */

@@ -94,9 +94,9 @@ void TransmitterChip::pulse_hot_plug()
     latch(STATUS_HOT_PLUG);
 }
 
-void TransmitterChip::set_input(uint32_t pixel_clock_hz, uint32_t audio_rate_hz)
+void TransmitterChip::set_input(const PictureTiming& timing, uint32_t audio_rate_hz)
 {
-    pixel_clock_hz_ = pixel_clock_hz;
+    timing_ = timing;
     audio_rate_hz_ = audio_rate_hz;
 }
 
@@ -199,7 +199,7 @@ DisplayView TransmitterChip::view() const
                            .bank1 = bank1_,
                            .enabled = enabled_,
                            .audio_overflown = audio_overflown_,
-                           .pixel_clock_hz = pixel_clock_hz_,
+                           .timing = timing_,
                            .audio_rate_hz = audio_rate_hz_});
 }
 

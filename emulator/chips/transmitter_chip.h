@@ -37,8 +37,8 @@ public:
     void unplug();
     /** The display pulls its hot-plug line down for too short a time to be seen in the level. */
     void pulse_hot_plug();
-    /** What comes in from the box: the chip measures the audio clock against it. Default 74.25 MHz and 48 kHz. */
-    void set_input(uint32_t pixel_clock_hz, uint32_t audio_rate_hz);
+    /** What comes in from the box: its clock runs the chip's output and measures the audio's. Nothing at power-on. */
+    void set_input(const PictureTiming& timing, uint32_t audio_rate_hz);
     /** Let the audio FIFO run over; there is no sound until the audio path has been held and released. */
     void overflow_audio();
     void fail_ddc_fifo();
@@ -86,7 +86,8 @@ private:
     bool enabled_ = false;
     bool audio_overflown_ = false;
     Lock lock_ = Lock::Closed;
-    uint32_t pixel_clock_hz_ = 74'250'000, audio_rate_hz_ = 48'000;
+    PictureTiming timing_;
+    uint32_t audio_rate_hz_ = 0;
     uint64_t locked_writes_ = 0, stray_writes_ = 0;
 };
 

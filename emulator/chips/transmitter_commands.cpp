@@ -98,7 +98,7 @@ Reply input_command(TransmitterChip& chip, Args& args)
     const auto clock = static_cast<uint32_t>(args.number("a pixel clock in Hz", 1'000'000, 600'000'000));
     const auto rate = static_cast<uint32_t>(args.number("an audio rate in Hz", 1, 1'000'000));
     args.end();
-    chip.set_input(clock, rate);
+    chip.set_input({.clock_khz = clock / 1000}, rate);
     return {};
 }
 
@@ -145,7 +145,8 @@ void add_transmitter_commands(CommandTable& commands, TransmitterChip& chip)
                  [&chip](Args& args) { return error_command(chip, args); });
     commands.add("transmitter status", "XX   latch bits of the extended status, two hexadecimal digits",
                  [&chip](Args& args) { return status_command(chip, args); });
-    commands.add("transmitter input", "CLOCK RATE   pixel clock and audio rate in Hz that come in from the box",
+    commands.add("transmitter input",
+                 "CLOCK RATE   pixel clock and audio rate in Hz that come in, until the source changes",
                  [&chip](Args& args) { return input_command(chip, args); });
     commands.add_show("output", [&chip] { return show_output(chip); });
     commands.add_show("display", [&chip] { return describe(chip.view()); });

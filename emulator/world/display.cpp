@@ -57,7 +57,8 @@ DisplayAbilities read_abilities(const EdidImage& edid)
 } // namespace
 
 Display::Display(std::string name, EdidImage edid)
-    : plugged_(true), name_(std::move(name)), edid_(std::move(edid)), abilities_(read_abilities(edid_))
+    : plugged_(true), name_(std::move(name)), edid_(std::move(edid)), abilities_(read_abilities(edid_)),
+      limits_(read_limits(edid_))
 {
 }
 

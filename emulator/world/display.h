@@ -5,6 +5,7 @@
  */
 #pragma once
 
+#include "emulator/world/display_limits.h"
 #include "emulator/world/edid_builder.h"
 
 #include <cstdint>
@@ -31,6 +32,7 @@ public:
     const std::string& name() const { return name_; }
     const EdidImage& edid() const { return edid_; }
     const DisplayAbilities& abilities() const { return abilities_; }
+    const DisplayLimits& limits() const { return limits_; }
 
     /** Whether its EDID memory knows the segment pointer: those with no more than two blocks have no use for it. */
     bool knows_segments() const { return plugged_ && edid_.size() > 2 * EDID_BLOCK; }
@@ -43,6 +45,7 @@ private:
     std::string name_;
     EdidImage edid_;
     DisplayAbilities abilities_;
+    DisplayLimits limits_;
 };
 
 } // namespace emu

@@ -153,6 +153,15 @@ const Format* find_vic(std::string_view digits)
 
 } // namespace
 
+PictureTiming timing_of(const Format& format)
+{
+    return {.clock_khz = format.clock_khz,
+            .width = format.h_active,
+            .height = static_cast<uint16_t>(format.interlaced ? 2 * format.v_active : format.v_active),
+            .interlaced = format.interlaced,
+            .rate_hz = format.field_rate()};
+}
+
 double Format::field_rate() const
 {
     const double fields = interlaced ? 2 : 1;

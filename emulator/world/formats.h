@@ -34,6 +34,16 @@ struct Format {
     uint32_t field_us() const;
 };
 
+/** A picture as a display tells one from another. */
+struct PictureTiming {
+    uint32_t clock_khz = 0;         ///< of the cable's pixels, repeated ones counted; 0: no picture
+    uint16_t width = 0, height = 0; ///< active, of a frame; repeated pixels counted
+    bool interlaced = false;
+    double rate_hz = 0; ///< fields (frames when progressive) per second
+};
+
+PictureTiming timing_of(const Format& format);
+
 /** All formats with a name, CTA-861's first. */
 std::span<const Format> all_formats();
 

@@ -3,6 +3,7 @@
 #include "emulator/world/iec60958.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 
 namespace emu {
@@ -74,6 +75,14 @@ std::array<uint8_t, 5> AudioSignal::channel_status() const
     const bool pcm = kind == AudioKind::Lpcm;
     return {static_cast<uint8_t>(pcm ? NO_COPYRIGHT : NO_COPYRIGHT | NOT_PCM), 0x00,
             static_cast<uint8_t>(channel_number << 4), sampling_code_of(rate_hz), word_length_code_of(word_bits)};
+}
+
+PictureTiming Signal::timing() const
+{
+    PictureTiming timing = timing_of(format);
+    timing.clock_khz = static_cast<uint32_t>(std::lround(pixel_clock_khz()));
+    timing.rate_hz *= 1 + clock_error_percent / 100;
+    return timing;
 }
 
 double Signal::link_clock_khz() const

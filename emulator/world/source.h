@@ -64,6 +64,8 @@ struct Signal {
     VendorFields vendor;
     AudioSignal audio;
 
+    /** The picture as it goes on to the output. */
+    PictureTiming timing() const;
     double pixel_clock_khz() const { return format.clock_khz * (1 + clock_error_percent / 100); }
     /** Clock of the cable; deep colour makes it faster than the pixels. */
     double link_clock_khz() const;

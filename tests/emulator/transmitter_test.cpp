@@ -28,7 +28,11 @@ struct Chip {
     emu::TransmitterChip chip{time};
     emu::CommandTable commands;
 
-    Chip() { emu::add_transmitter_commands(commands, chip); }
+    Chip()
+    {
+        emu::add_transmitter_commands(commands, chip);
+        tell("transmitter input 74250000 48000");
+    }
 
     void set(uint8_t reg, std::initializer_list<uint8_t> values)
     {

@@ -1,0 +1,142 @@
+#include "emulator/world/display_limits.h"
+
+#include <algorithm>
+#include <cmath>
+#include <span>
+
+namespace emu {
+
+namespace {
+
+using Block = std::span<const uint8_t, EDID_BLOCK>;
+
+constexpr size_t DESCRIPTOR = 18, FIRST_DESCRIPTOR = 54, DESCRIPTORS = 4;
+constexpr double SAME_RATE_HZ = 0.5;
+
+/** Established timings (E-EDID 3.8): bits of bytes 35 to 37 from the highest down. */
+constexpr const char* ESTABLISHED[] = {"",
+                                       "",
+                                       "dmt-640x480-60",
+                                       "",
+                                       "dmt-640x480-72",
+                                       "dmt-640x480-75",
+                                       "dmt-800x600-56",
+                                       "dmt-800x600-60",
+                                       "dmt-800x600-72",
+                                       "dmt-800x600-75",
+                                       "",
+                                       "dmt-1024x768i-43",
+                                       "dmt-1024x768-60",
+                                       "dmt-1024x768-70",
+                                       "dmt-1024x768-75",
+                                       "dmt-1280x1024-75"};
+
+void add_established(Block base, DisplayLimits& limits)
+{
+    for (size_t bit = 0; bit < std::size(ESTABLISHED); ++bit) {
+        if ((base[35 + bit / 8] >> (7 - bit % 8) & 1) == 0) continue;
+        if (const auto format = find_format(ESTABLISHED[bit])) limits.timings.push_back(timing_of(*format));
+    }
+}
+
+/** Standard timings (E-EDID 3.9): width in characters, aspect ratio and rate; the clock is not told. */
+void add_standard(Block base, DisplayLimits& limits)
+{
+    static constexpr unsigned ASPECT[][2] = {{16, 10}, {4, 3}, {5, 4}, {16, 9}};
+    for (size_t at = 38; at < FIRST_DESCRIPTOR; at += 2) {
+        if (base[at] <= 1) continue; // unused
+        const unsigned width = (base[at] + 31u) * 8;
+        const auto& [across, down] = ASPECT[base[at + 1] >> 6];
+        limits.timings.push_back({.width = static_cast<uint16_t>(width),
+                                  .height = static_cast<uint16_t>(width * down / across),
+                                  .rate_hz = (base[at + 1] & 0x3F) + 60.0});
+    }
+}
+
+/** A detailed timing descriptor (E-EDID 3.10.2); one without a clock is another kind of descriptor. */
+void add_detailed(std::span<const uint8_t> d, DisplayLimits& limits)
+{
+    const uint32_t clock = 10u * (d[0] | static_cast<uint32_t>(d[1]) << 8);
+    if (clock == 0) return;
+    const auto upper = [&d](size_t at, size_t high, unsigned shift) {
+        return d[at] | static_cast<unsigned>(d[high] >> shift & 0x0F) << 8;
+    };
+    const unsigned width = upper(2, 4, 4), blank = upper(3, 4, 0), lines = upper(5, 7, 4), v_blank = upper(6, 7, 0);
+    if (width == 0 || lines == 0) return;
+    const bool interlaced = (d[17] & 0x80) != 0;
+    // The lines of an interlaced timing are those of a field, which has half a line more.
+    const double total = (width + blank) * (lines + v_blank + (interlaced ? 0.5 : 0));
+    limits.timings.push_back({.clock_khz = clock,
+                              .width = static_cast<uint16_t>(width),
+                              .height = static_cast<uint16_t>(interlaced ? 2 * lines : lines),
+                              .interlaced = interlaced,
+                              .rate_hz = 1000.0 * clock / total});
+}
+
+/** Display range limits (E-EDID 3.10.3.3.1) give the pixel clock in tens of MHz. */
+void take_range_limits(std::span<const uint8_t> d, DisplayLimits& limits)
+{
+    if (d[0] == 0 && d[1] == 0 && d[3] == 0xFD && d[9] != 0xFF) limits.max_clock_khz = d[9] * 10'000u;
+}
+
+void add_base(Block base, DisplayLimits& limits)
+{
+    add_established(base, limits);
+    add_standard(base, limits);
+    for (size_t i = 0; i < DESCRIPTORS; ++i) {
+        const auto descriptor = std::span(base).subspan(FIRST_DESCRIPTOR + i * DESCRIPTOR, DESCRIPTOR);
+        add_detailed(descriptor, limits);
+        take_range_limits(descriptor, limits);
+    }
+}
+
+void add_vic(uint8_t code, DisplayLimits& limits)
+{
+    const uint8_t vic = code >= 129 && code <= 192 ? code & 0x7F : code; // bit 7 marks a native one of the first 64
+    for (const Format& format : all_formats())
+        if (vic != 0 && (format.vic == vic || format.vic_wide == vic)) limits.timings.push_back(timing_of(format));
+}
+
+/** A CTA-861 extension: short video descriptors, HDMI's clock, detailed timings behind the data blocks. */
+void add_cta(Block extension, DisplayLimits& limits)
+{
+    const size_t end = std::min<size_t>(extension[2], EDID_BLOCK - 1);
+    for (size_t at = 4; at < end;) {
+        const size_t length = extension[at] & 0x1F, tag = extension[at] >> 5;
+        if (at + 1 + length > end) break;
+        const auto payload = std::span(extension).subspan(at + 1, length);
+        if (tag == 2)
+            for (const uint8_t code : payload) add_vic(code, limits);
+        const bool hdmi = tag == 3 && length >= 7 && payload[0] == 0x03 && payload[1] == 0x0C && payload[2] == 0x00;
+        if (hdmi && payload[6] != 0) limits.max_clock_khz = payload[6] * 5'000u;
+        at += 1 + length;
+    }
+    for (size_t at = std::max<size_t>(end, 4); at + DESCRIPTOR < EDID_BLOCK; at += DESCRIPTOR)
+        add_detailed(std::span(extension).subspan(at, DESCRIPTOR), limits);
+}
+
+} // namespace
+
+bool DisplayLimits::lists(const PictureTiming& timing) const
+{
+    return std::ranges::any_of(timings, [&timing](const PictureTiming& own) {
+        return own.width == timing.width && own.height == timing.height && own.interlaced == timing.interlaced &&
+               std::abs(own.rate_hz - timing.rate_hz) <= SAME_RATE_HZ;
+    });
+}
+
+DisplayLimits read_limits(const EdidImage& edid)
+{
+    constexpr uint8_t header[] = {0x00, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x00};
+    DisplayLimits limits;
+    if (edid.size() < EDID_BLOCK || !std::equal(std::begin(header), std::end(header), edid.begin())) return limits;
+    const std::span<const uint8_t> bytes(edid);
+    add_base(bytes.first<EDID_BLOCK>(), limits);
+    for (size_t block = 1; (block + 1) * EDID_BLOCK <= edid.size(); ++block) {
+        const Block extension = bytes.subspan(block * EDID_BLOCK).first<EDID_BLOCK>();
+        if (extension[0] == 0x02 && extension[1] >= 3 && edid_checksum_right(edid, block)) add_cta(extension, limits);
+    }
+    return limits;
+}
+
+} // namespace emu
