@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <utility>
 
 namespace emu {
 
@@ -18,8 +19,25 @@ int I2cBus::next_error(Fault& fault)
     return fault.error;
 }
 
+/** On the wire (UM10204): start, a byte and its acknowledge in nine bits each, stop; a read starts again in between. */
+constexpr size_t BYTE_BITS = 9, START_BITS = 1, STOP_BITS = 1;
+
+void I2cBus::spend(size_t bits)
+{
+    if (speed_hz_ != 0) spent_ += (Micros{1'000'000} * bits + speed_hz_ - 1) / speed_hz_;
+}
+
+Micros I2cBus::take_time()
+{
+    return std::exchange(spent_, 0);
+}
+
 int I2cBus::finish(const Transfer& transfer)
 {
+    // Without an acknowledge of its address a transfer ends.
+    size_t bytes = 1;
+    if (transfer.error == 0) bytes += 1u + transfer.length + (transfer.is_read ? 1 : 0);
+    spend(START_BITS + BYTE_BITS * bytes + STOP_BITS + (transfer.is_read && transfer.error == 0 ? START_BITS : 0));
     log_[total_++ % LOG_SIZE] = transfer;
     return -transfer.error;
 }

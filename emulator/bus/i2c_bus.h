@@ -1,6 +1,7 @@
 /**
  * @file
- * The box's I2C bus: devices by 7-bit address, faults on demand, and a log of the last transfers with their times.
+ * The box's I2C bus: devices by 7-bit address, faults on demand, the time that transfers take, and a log of the last
+ * ones.
  */
 #pragma once
 
@@ -65,6 +66,12 @@ public:
     /** Take all faults of a device away. */
     void mend(uint8_t device) { devices_.at(device).fault = {}; }
 
+    /** Let transfers take as long as their bits at this many hertz; 0, as at power-on: no time at all. */
+    void set_speed(uint32_t hertz) { speed_hz_ = hertz; }
+    uint32_t speed() const { return speed_hz_; }
+    /** Time that transfers have taken since the last call. Who made them has to wait for it. */
+    Micros take_time();
+
     /** Transfers to a device since power-on, failed ones included. */
     uint64_t count(uint8_t device) const { return devices_.at(device).transfers; }
     /** Transfers to all devices since power-on. */
@@ -93,11 +100,15 @@ private:
     static int next_error(Fault& fault);
     Device* device(uint8_t address) { return address < devices_.size() ? &devices_[address] : nullptr; }
     int finish(const Transfer& transfer);
+    /** The wire is busy for so many bits. */
+    void spend(size_t bits);
 
     Timeline& time_;
     std::array<Device, 128> devices_{};
     std::array<Transfer, LOG_SIZE> log_{};
     uint64_t total_ = 0;
+    uint32_t speed_hz_ = 0;
+    Micros spent_ = 0;
 };
 
 /** Name of a bus device as people call it; the address in hexadecimal where it has none. */

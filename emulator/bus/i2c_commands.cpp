@@ -44,6 +44,13 @@ void add_i2c_commands(CommandTable& commands, I2cBus& bus)
         bus.mend(device);
         return Reply{};
     });
+    commands.add("i2c speed", "HZ|off   let transfers take as long as their bits (100000), or no time",
+                 [&bus](Args& args) {
+                     const std::string word = args.word("a speed");
+                     bus.set_speed(word == "off" ? 0 : static_cast<uint32_t>(args.as_number(word, 1'000, 1'000'000)));
+                     args.end();
+                     return Reply{};
+                 });
     commands.add_show("transfers", [&bus] { return bus.describe(20); });
 }
 

@@ -57,6 +57,14 @@ int as_ioctl(int result)
     return -1;
 }
 
+/** A transfer blocks its caller, who holds the bus's lock: no other thread gets its turn meanwhile. */
+void wait_for_bus()
+{
+    Timeline& time = bench().box.time();
+    const Micros spent = bench().box.i2c().take_time();
+    if (spent != 0) time.advance_to(time.now() + spent);
+}
+
 std::string mapped_line(const char* line)
 {
     Box& box = bench().box;
@@ -107,7 +115,9 @@ int device_open(const char* path)
 
 int device_request(int fd, uint32_t request, void* record)
 {
-    return emu::as_ioctl(emu::inprocess_box().request(fd, request, record));
+    const int result = emu::inprocess_box().request(fd, request, record);
+    emu::wait_for_bus();
+    return emu::as_ioctl(result);
 }
 
 int device_request_value(int fd, uint32_t request, int value)

@@ -47,7 +47,7 @@ struct MessageHeader {
     Ask ask = Ask::Root; ///< a reply repeats it
     uint32_t size = 0;   ///< bytes of payload
     int32_t number = 0;  ///< handle; in a reply the result, a negative errno where refused
-    uint32_t code = 0;   ///< request code
+    uint32_t code = 0;   ///< request code; in the reply to a request, microseconds that its I2C transfers take
 };
 static_assert(sizeof(MessageHeader) == 16);
 

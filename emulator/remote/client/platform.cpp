@@ -64,6 +64,7 @@ int record_request(int fd, uint32_t request, void* record)
     Message reply;
     const int result = box().request(fd, Ask::Request, request, {bytes, size}, reply);
     if (driver_writes(request)) std::copy_n(reply.payload.begin(), std::min(reply.payload.size(), size), bytes);
+    if (reply.header.code != 0) usleep(reply.header.code); // the box's bus is as slow as its bits
     return result;
 }
 

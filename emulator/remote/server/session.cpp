@@ -92,7 +92,10 @@ void Session::answer(const Message& message)
     case Ask::Close: header.number = close_node(message.header.number); break;
     case Ask::Command: return send_reply(box_.command(message.text(), {folder_, false, listener_}));
     case Ask::Request:
-    case Ask::RequestValue: header.number = try_request(message, payload); break;
+    case Ask::RequestValue:
+        header.number = try_request(message, payload);
+        header.code = static_cast<uint32_t>(box_.i2c().take_time());
+        break;
     }
     send(header, payload);
 }
