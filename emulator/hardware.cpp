@@ -37,6 +37,7 @@ void Hardware::wire_board()
         show_input();
     });
     for (Source& source : sources_) source.listen([this](Source::Change) { show_input(); });
+    receiver_.on_output([this] { feed_output(); });
     card_.on_removal([this] { encoder_.lose_card(); });
 }
 
@@ -45,7 +46,16 @@ void Hardware::show_input()
     const int port = board_.selected_port();
     const bool sends = port >= 0 && source(port).sends();
     encoder_.show_input(port, sends ? source(port).signal().format.name : "");
-    transmitter_.set_input(sends ? source(port).signal().timing() : PictureTiming{}, BOARD_AUDIO_HZ);
+}
+
+/** The video hardware between the two chips hands on what it gets. */
+void Hardware::feed_output()
+{
+    const ReceiverChip::Output output = receiver_.output();
+    transmitter_.set_input({.timing = output.timing,
+                            .colours = output.colours,
+                            .black = output.black,
+                            .audio_rate_hz = output.sound ? BOARD_AUDIO_HZ : 0});
 }
 
 void Hardware::add_commands()

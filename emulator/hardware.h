@@ -79,6 +79,7 @@ private:
 
     void wire_board();
     void show_input();
+    void feed_output();
     void add_commands();
 
     Timeline time_;

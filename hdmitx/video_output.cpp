@@ -197,9 +197,10 @@ void hdmitx_follow(const HdmitxPicture& picture)
     next.bAspect16x9 = picture.wide ? 1 : 0;
     next.bColorimetry709 = picture.itu709 ? 1 : 0;
     next.bVIC = picture.vic;
+    // Half of the chroma is missing on the way in: what goes out with all of it needs the filter.
+    next.bInputColorMode = (hdmitx_video.bInputColorMode & COLOUR_MASK) | INPUT_OPTION_6;
     // What a display takes RGB for depends on the format: television has 16 to 235, computers and
     // DVI have 0 to 255 (CTA-861).
-    next.bInputColorMode = hdmitx_video.bInputColorMode & COLOUR_MASK;
     if (picture.itu709) next.bInputColorMode |= INPUT_ITU709;
     if (next.bHDMIMode != 0 && picture.vic > VIC_VGA) next.bInputColorMode |= INPUT_LIMITED_RANGE;
     if (next == hdmitx_video) return;

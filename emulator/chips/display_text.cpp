@@ -106,14 +106,10 @@ const char* picture_name(Picture picture)
     return "?";
 }
 
-const char* colour_name(OutputColour colour)
+std::string picture_text(const DisplayView& view)
 {
-    switch (colour) {
-    case OutputColour::Rgb: return "RGB";
-    case OutputColour::Yuv422: return "YCbCr 4:2:2";
-    case OutputColour::Yuv444: return "YCbCr 4:4:4";
-    }
-    return "?";
+    return std::string(picture_name(view.picture)) + (view.why.empty() ? "" : ": " + view.why) +
+           (view.but.empty() ? "" : ", but " + view.but);
 }
 
 std::string describe(const DisplayView& view)
@@ -123,12 +119,11 @@ std::string describe(const DisplayView& view)
     std::string text =
         line("display", view.name + (view.display.product.empty() ? "" : " \"" + view.display.product + "\""));
     text += line("signal", name_of(view.signal));
-    text += line("picture", std::string(picture_name(view.picture)) + (view.why.empty() ? "" : ": " + view.why) +
-                                (view.but.empty() ? "" : ", but " + view.but));
-    text +=
-        line("cable", format("%s, %u bits, from %s", colour_name(view.wire), view.depth_bits, colour_name(view.input)));
+    text += line("picture", picture_text(view));
+    text += line("cable", format("%s, %u bits, from %s", colour_name(view.path.cable.colour), view.path.depth_bits,
+                                 colour_name(view.path.input)));
     text += line("clock", format("%.2f MHz", view.tmds_khz / 1000.0));
-    text += line("converter", name_of(view.matrix));
+    text += line("converter", name_of(view.path.matrix));
     text += line("AFE", std::string(name_of(view.afe)) + ", " + name_of(view.afe_range));
     text += line("video path", view.video_held ? "held" : "running");
     text += line("AV mute", view.muted ? "on" : "off");

@@ -21,7 +21,7 @@ constexpr uint32_t LOW_RANGE_UP_TO_KHZ = 80'000;
 /** Without a clock from the picture that comes in nothing leaves. */
 OutputSignal signal_of(const TransmitterOutput& out, AfeState afe)
 {
-    if (!out.enabled || out.timing.clock_khz == 0 || afe != AfeState::Running) return OutputSignal::None;
+    if (!out.enabled || out.input.timing.clock_khz == 0 || afe != AfeState::Running) return OutputSignal::None;
     return (out.bank0[REG_HDMI] & HDMI_MODE) != 0 ? OutputSignal::Hdmi : OutputSignal::Dvi;
 }
 
@@ -46,61 +46,59 @@ AfeRange afe_range(const TransmitterOutput& out)
     return AfeRange::None;
 }
 
-Matrix matrix_in_use(const TransmitterOutput& out)
-{
-    const uint8_t mode = out.bank0[REG_CONVERTER] & CONVERTER_MODE;
-    const bool clocked = (out.bank0[REG_CLOCKS] & CLOCKS_CONVERTER_OFF) == 0;
-    const MatrixKind wanted = mode == CONVERTER_TO_YUV   ? MatrixKind::RgbToYuv
-                              : mode == CONVERTER_TO_RGB ? MatrixKind::YuvToRgb
-                                                         : MatrixKind::None;
-    if (wanted == MatrixKind::None) return {};
-    std::array<uint8_t, MATRIX_SIZE> bytes{};
-    std::copy_n(out.bank0.begin() + REG_MATRIX, bytes.size(), bytes.begin());
-    const Matrix found = recognise_matrix(bytes);
-    return clocked && found.kind == wanted ? found : Matrix{.kind = MatrixKind::Unknown};
-}
-
-OutputColour input_colour(const TransmitterOutput& out)
-{
-    const uint8_t bits = out.bank0[REG_INPUT] & INPUT_COLOUR;
-    return bits == INPUT_YUV422   ? OutputColour::Yuv422
-           : bits == INPUT_YUV444 ? OutputColour::Yuv444
-                                  : OutputColour::Rgb;
-}
-
-/** What leaves the chip: the converter changes between RGB and YUV, the AVI register has chroma doubled or halved. */
-OutputColour wire_colour(const DisplayView& view, const TransmitterOutput& out)
-{
-    bool rgb = view.input == OutputColour::Rgb;
-    if (view.matrix.kind != MatrixKind::None) rgb = (out.bank0[REG_CONVERTER] & CONVERTER_MODE) == CONVERTER_TO_RGB;
-    if (rgb) return OutputColour::Rgb;
-    const uint8_t sampling = out.bank1[REG_AVI] >> 5 & 0x03;
-    return sampling == 1 ? OutputColour::Yuv422 : sampling == 2 ? OutputColour::Yuv444 : view.input;
-}
-
-/** What the display takes the colours for. */
-OutputColour assumed_colour(const DisplayView& view)
+/** What a display takes the picture's colours for: what a right AVI frame says, and CTA-861's defaults where it does
+ * not.
+ */
+PictureColours expected_colours(const DisplayView& view)
 {
     const bool told = view.signal == OutputSignal::Hdmi && view.avi.sent && view.avi.checksum_right();
-    return told ? view.avi.colour() : OutputColour::Rgb;
+    const bool high_definition = view.timing.width >= 1280;
+    if (!told) return {.colour = Colour::Rgb, .itu709 = high_definition, .limited = false};
+    const AviFrame& avi = view.avi;
+    const bool rgb = avi.colour() == Colour::Rgb, television = avi.vic() > 1;
+    return {.colour = avi.colour(),
+            .itu709 = avi.colorimetry() == 0 ? high_definition : avi.itu709(),
+            .limited = !rgb || (avi.quantization() == 0 ? television : avi.quantization() == 1)};
 }
 
 /** Why the colours come out wrong; empty when they are right. */
 std::string colour_fault(const DisplayView& view)
 {
-    const Matrix& matrix = view.matrix;
-    if (matrix.kind == MatrixKind::Unknown)
-        return "the colour converter runs with an unknown matrix or without a clock";
-    const bool fed_rgb = view.input == OutputColour::Rgb;
-    if (matrix.kind != MatrixKind::None && fed_rgb != (matrix.kind == MatrixKind::RgbToYuv))
-        return "the colour converter is fed the wrong way round";
-    const OutputColour assumed = assumed_colour(view);
-    if (assumed != view.wire)
-        return std::string("the cable carries ") + colour_name(view.wire) + ", the display takes it for " +
-               colour_name(assumed);
-    const bool taken = view.wire == OutputColour::Rgb || (view.wire == OutputColour::Yuv422 && view.display.yuv422) ||
-                       (view.wire == OutputColour::Yuv444 && view.display.yuv444);
-    return taken ? "" : std::string("the display does not take ") + colour_name(view.wire);
+    const PictureColours &cable = view.path.cable, expected = expected_colours(view);
+    if (!cable.fault.empty()) return cable.fault;
+    if (expected.colour != cable.colour)
+        return std::string("the cable carries ") + colour_name(cable.colour) + ", the display takes it for " +
+               colour_name(expected.colour);
+    const bool taken = cable.colour == Colour::Rgb || (cable.colour == Colour::Yuv422 && view.display.yuv422) ||
+                       (cable.colour == Colour::Yuv444 && view.display.yuv444);
+    return taken ? "" : std::string("the display does not take ") + colour_name(cable.colour);
+}
+
+/** What makes the colours a shade off; empty when nothing does. */
+std::string colour_shade(const DisplayView& view)
+{
+    const PictureColours &cable = view.path.cable, expected = expected_colours(view);
+    if (!cable.shade.empty()) return cable.shade;
+    const bool rgb = cable.colour == Colour::Rgb;
+    if (rgb && cable.limited != expected.limited)
+        return std::string("the display takes levels of ") + levels_name(cable.limited) + " for " +
+               levels_name(expected.limited);
+    if (!rgb && cable.itu709 != expected.itu709)
+        return std::string("the display takes ") + weights_name(cable.itu709) + " for " + weights_name(expected.itu709);
+    return "";
+}
+
+/** Whether the AVI frame's format is another one than the picture's. */
+bool names_another_format(const DisplayView& view)
+{
+    const uint8_t vic = view.avi.vic();
+    if (!view.avi.sent || vic == 0 || view.timing.width == 0) return false;
+    const auto formats = all_formats();
+    const bool known =
+        std::ranges::any_of(formats, [vic](const Format& f) { return f.vic == vic || f.vic_wide == vic; });
+    return known && std::ranges::none_of(formats, [&](const Format& f) {
+               return (f.vic == vic || f.vic_wide == vic) && is_same_picture(timing_of(f), view.timing);
+           });
 }
 
 std::string megahertz(uint32_t khz)
@@ -119,13 +117,19 @@ std::string range_fault(const DisplayView& view, const DisplayLimits& limits)
            " Hz is none of its timings";
 }
 
-/** What keeps a good picture from being a safe one. */
-std::string reservation(const DisplayView& view)
+/** What keeps a good picture from being a safe and true one. */
+std::string reservations(const DisplayView& view)
 {
     const bool fast = view.tmds_khz > LOW_RANGE_UP_TO_KHZ;
-    if (fast && view.afe_range != AfeRange::High) return "the front end is in its low range";
-    if (!fast && view.afe_range != AfeRange::Low) return "the front end is in its high range";
-    return "";
+    std::string text;
+    const auto add = [&text](const std::string& reason) {
+        if (!reason.empty()) text += (text.empty() ? "" : "; ") + reason;
+    };
+    if (fast && view.afe_range != AfeRange::High) add("the front end is in its low range");
+    if (!fast && view.afe_range != AfeRange::Low) add("the front end is in its high range");
+    add(colour_shade(view));
+    if (names_another_format(view)) add("the AVI frame names another format");
+    return text;
 }
 
 void judge_picture(DisplayView& view, const TransmitterOutput& out, const DisplayLimits& limits)
@@ -136,7 +140,7 @@ void judge_picture(DisplayView& view, const TransmitterOutput& out, const Displa
     };
     if (!view.plugged) return verdict(Picture::NoSignal, "nothing is plugged in");
     if (!out.enabled) return verdict(Picture::NoSignal, "the board keeps the output off");
-    if (out.timing.clock_khz == 0) return verdict(Picture::NoSignal, "no picture comes in");
+    if (out.input.timing.clock_khz == 0) return verdict(Picture::NoSignal, "no picture comes in");
     if (view.signal == OutputSignal::None) return verdict(Picture::NoSignal, "the output stage does not run");
     if (view.signal == OutputSignal::Hdmi && !view.display.hdmi)
         return verdict(Picture::NoSignal, "the display knows DVI only and gets HDMI");
@@ -144,9 +148,10 @@ void judge_picture(DisplayView& view, const TransmitterOutput& out, const Displa
     if (!out_of_range.empty()) return verdict(Picture::OutOfRange, out_of_range);
     if (view.muted) return verdict(Picture::Blanked, "AV mute is set");
     if (view.video_held) return verdict(Picture::Frozen, "the video path is held");
+    if (out.input.black) return verdict(Picture::Blanked, "the receiver holds the picture back");
     const std::string fault = colour_fault(view);
     verdict(fault.empty() ? Picture::Good : Picture::WrongColours, fault);
-    if (fault.empty()) view.but = reservation(view);
+    if (fault.empty()) view.but = reservations(view);
 }
 
 // ---------------------------------------------------------------- info frames
@@ -208,7 +213,8 @@ uint32_t twenty_bits(const std::array<uint8_t, 256>& r, uint8_t reg)
 /** Audio clock regeneration: 128 x rate = TMDS clock x N / CTS. */
 void regenerate_clock(Sound& sound, const TransmitterOutput& out)
 {
-    const uint64_t clock = uint64_t{1000} * out.timing.clock_khz, wanted = uint64_t{128} * out.audio_rate_hz;
+    const uint64_t clock = uint64_t{1000} * out.input.timing.clock_khz,
+                   wanted = uint64_t{128} * out.input.audio_rate_hz;
     sound.n = twenty_bits(out.bank1, REG_N);
     sound.cts_measured = (out.bank0[REG_CTS_SOURCE] & CTS_FROM_REGISTERS) == 0;
     sound.cts = sound.cts_measured && wanted != 0 ? static_cast<uint32_t>((clock * sound.n + wanted / 2) / wanted)
@@ -238,18 +244,12 @@ Sound sound_of(const DisplayView& view, const TransmitterOutput& out)
     return sound;
 }
 
-uint8_t depth_bits(const TransmitterOutput& out)
-{
-    const unsigned code = (out.bank0[REG_GENERAL] & GENERAL_DEPTH) >> 4;
-    return code == 5 ? 10 : code == 6 ? 12 : code == 7 ? 16 : 8;
-}
-
 } // namespace
 
-OutputColour AviFrame::colour() const
+Colour AviFrame::colour() const
 {
     const unsigned y = body[1] >> 5 & 0x03;
-    return y == 1 ? OutputColour::Yuv422 : y == 2 ? OutputColour::Yuv444 : OutputColour::Rgb;
+    return y == 1 ? Colour::Yuv422 : y == 2 ? Colour::Yuv444 : Colour::Rgb;
 }
 
 DisplayView look(const Display& display, const TransmitterOutput& output)
@@ -263,16 +263,13 @@ DisplayView look(const Display& display, const TransmitterOutput& output)
     view.signal = signal_of(output, view.afe);
     view.video_held = (output.bank0[REG_RESET] & RESET_VIDEO) != 0;
     view.muted = (output.bank0[REG_GENERAL] & GENERAL_MUTE) != 0;
-    view.input = input_colour(output);
-    view.matrix = matrix_in_use(output);
-    view.wire = wire_colour(view, output);
-    view.depth_bits = depth_bits(output);
+    view.path = video_path(output.bank0, output.input.colours);
     view.avi = avi_frame(output, view.signal);
     view.audio = audio_frame(output, view.signal);
     view.vendor = vendor_frame(output, view.signal);
     view.sound = sound_of(view, output);
-    view.timing = output.timing;
-    view.tmds_khz = static_cast<uint32_t>(uint64_t{output.timing.clock_khz} * view.depth_bits / 8);
+    view.timing = output.input.timing;
+    view.tmds_khz = static_cast<uint32_t>(uint64_t{view.timing.clock_khz} * view.path.depth_bits / 8);
     judge_picture(view, output, display.limits());
     return view;
 }

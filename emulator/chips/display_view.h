@@ -5,7 +5,8 @@
  */
 #pragma once
 
-#include "emulator/chips/matrix.h"
+#include "emulator/chips/video_path.h"
+#include "emulator/world/colour.h"
 #include "emulator/world/display.h"
 #include "emulator/world/info_frames.h"
 
@@ -16,7 +17,6 @@
 namespace emu {
 
 enum class OutputSignal : uint8_t { None, Dvi, Hdmi };
-enum class OutputColour : uint8_t { Rgb, Yuv422, Yuv444 };
 enum class AfeState : uint8_t { Off, SetUp, Running };
 enum class AfeRange : uint8_t { None, Low, High };
 
@@ -37,9 +37,11 @@ struct ReceivedFrame : InfoFrame {
 };
 
 struct AviFrame : ReceivedFrame {
-    OutputColour colour() const; ///< Y1 Y0; the reserved value counts as RGB
+    Colour colour() const; ///< Y1 Y0; the reserved value counts as RGB
     bool itu709() const { return body[2] >> 6 == 2; }
-    bool wide() const { return (body[2] >> 4 & 0x03) == 2; } ///< picture of 16:9
+    uint8_t colorimetry() const { return body[2] >> 6; }         ///< C1 C0; 0: the format decides
+    uint8_t quantization() const { return body[3] >> 2 & 0x03; } ///< Q1 Q0; 0: the format decides
+    bool wide() const { return (body[2] >> 4 & 0x03) == 2; }     ///< picture of 16:9
     uint8_t vic() const { return body[4] & 0x7F; }
     uint8_t repetition() const { return body[5] & 0x0F; }
 };
@@ -78,14 +80,19 @@ struct DisplayView {
     AfeRange afe_range = AfeRange::None;
     bool video_held = true;
     bool muted = false;
-    OutputColour input = OutputColour::Rgb; ///< that the transmitter takes its input for
-    Matrix matrix;                          ///< kind None: bypassed
-    OutputColour wire = OutputColour::Rgb;  ///< that is on the cable
-    uint8_t depth_bits = 8;                 ///< per colour
+    VideoPath path; ///< of the transmitter, with what is on the cable
     AviFrame avi;
     ReceivedFrame audio;  ///< audio info frame
     ReceivedFrame vendor; ///< vendor-specific info frame
     Sound sound;
+};
+
+/** What comes into the transmitter from the box. */
+struct TransmitterInput {
+    PictureTiming timing{}; ///< of size 0: of a clock alone, which no display can judge
+    PictureColours colours{};
+    bool black = false;         ///< the picture is held back on its way
+    uint32_t audio_rate_hz = 0; ///< 0: no sound
 };
 
 /** What the transmitter puts out. */
@@ -93,18 +100,17 @@ struct TransmitterOutput {
     std::array<uint8_t, 256> bank0{}, bank1{};
     bool enabled = false; ///< by the board
     bool audio_overflown = false;
-    PictureTiming timing; ///< that comes in from the box; of size 0: of a clock alone, which no display can judge
-    uint32_t audio_rate_hz = 0;
+    TransmitterInput input{};
 };
 
 /** Work out what a display makes of an output. */
 DisplayView look(const Display& display, const TransmitterOutput& output);
 
-/** A colour format as people call it. */
-const char* colour_name(OutputColour colour);
-
 /** What a person sees, in a word or two. */
 const char* picture_name(Picture picture);
+
+/** The same with its reason, as in "out of range: ..." or "good, but ...". */
+std::string picture_text(const DisplayView& view);
 
 /** The view as a person would describe it, several lines. */
 std::string describe(const DisplayView& view);

@@ -1,6 +1,7 @@
 #include "emulator/chips/receiver_chip.h"
 
 #include "emulator/chips/matrix.h"
+#include "emulator/chips/receiver_colour.h"
 #include "emulator/world/iec60958.h"
 
 #include <algorithm>
@@ -87,12 +88,15 @@ void ReceiverChip::write_register(uint8_t reg, uint8_t value)
         second_bank_[reg] = value;
         return;
     }
-    if (reg == REG_RESET) return write_reset(value);
-    RegisterFile::write_register(reg, value);
+    if (reg == REG_RESET)
+        write_reset(value);
+    else
+        RegisterFile::write_register(reg, value);
     if (reg == REG_PULSE || reg == REG_MASK3) clear_held();
-    if (reg != REG_PORT) return;
-    for (size_t port = 0; port < sources_.size(); ++port)
-        sources_[port]->set_terminated((value & PORT_TERMINATOR_OFF << port) == 0);
+    if (reg == REG_PORT)
+        for (size_t port = 0; port < sources_.size(); ++port)
+            sources_[port]->set_terminated((value & PORT_TERMINATOR_OFF << port) == 0);
+    output_listener_();
 }
 
 // --- interrupt status
@@ -186,7 +190,10 @@ void ReceiverChip::on_change(int port, Source::Change change)
     if (change == Source::Change::Power) return update_power();
     if (port != selected_) return;
     if (change == Source::Change::Link) return update_link();
-    if (change == Source::Change::Timing && locked_) start_measuring();
+    if (change == Source::Change::Timing && locked_) {
+        start_measuring();
+        output_listener_();
+    }
     if (change == Source::Change::Content && measured_) receive_packets(false);
 }
 
@@ -238,6 +245,7 @@ void ReceiverChip::lock()
     registers_[REG_STATUS] |= STATUS_SCDT;
     latch(REG_INT1, INT1_SCDT_ON);
     start_measuring();
+    output_listener_();
 }
 
 void ReceiverChip::unlock()
@@ -250,6 +258,7 @@ void ReceiverChip::unlock()
     registers_[REG_MUTE] &= static_cast<uint8_t>(~MUTE_SET);
     latch(REG_INT1, INT1_SCDT_OFF);
     receive_audio();
+    output_listener_();
 }
 
 void ReceiverChip::start_measuring()
@@ -309,6 +318,7 @@ void ReceiverChip::receive_packets(bool first)
     receive_mute(hdmi && signal()->muted);
     receive_frames(first);
     receive_audio();
+    output_listener_();
 }
 
 void ReceiverChip::receive_mute(bool muted)
@@ -394,6 +404,17 @@ bool ReceiverChip::lets_video_out() const
 bool ReceiverChip::lets_audio_out() const
 {
     return (registers_[REG_AUDIO] & AUDIO_PRESENT) != 0 && (registers_[REG_OUTPUT] & OUTPUT_AUDIO_OFF) == 0;
+}
+
+ReceiverChip::Output ReceiverChip::output() const
+{
+    if (!locked_) return {};
+    static constexpr Colour COLOURS[] = {Colour::Rgb, Colour::Yuv422, Colour::Yuv444, Colour::Rgb};
+    const unsigned told = signal()->hdmi && avi_.type != 0 ? avi_.body[1] >> 5 & 0x03u : 0;
+    return {.timing = signal()->timing(),
+            .colours = received_colours(registers_, signal()->colours(), COLOURS[told]),
+            .black = !lets_video_out(),
+            .sound = lets_audio_out()};
 }
 
 std::string ReceiverChip::conversion() const

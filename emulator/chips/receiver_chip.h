@@ -15,6 +15,7 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -70,6 +71,16 @@ public:
     bool lets_audio_out() const;
     enum class Converter : uint8_t { None, Undefined, RgbToYuv, YuvToRgb };
     Converter converter() const { return static_cast<Converter>(registers_[rx::REG_CONVERTER] & 0x03); }
+    /** What leaves the chip for the box's video hardware. */
+    struct Output {
+        PictureTiming timing; ///< without a clock while there is no sync
+        PictureColours colours;
+        bool black = false; ///< the picture is held back
+        bool sound = false;
+    };
+    Output output() const;
+    /** Whoever takes the output is told when it may have changed. */
+    void on_output(std::function<void()> listener) { output_listener_ = std::move(listener); }
     /** The colour conversion that is set up, in words, its matrix judged by its coefficients. */
     std::string conversion() const;
     /** What a person would see of the input: both sources and the receiver. */
@@ -129,6 +140,7 @@ private:
     InfoFrame avi_, vendor_, audio_frame_;
     AudioSignal sound_;
     Repeat storm_, repeated_fault_;
+    std::function<void()> output_listener_ = [] {};
 };
 
 /** Add "receiver error|storm|revision|lock-time" and the section "input" of show. */

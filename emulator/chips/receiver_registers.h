@@ -34,9 +34,16 @@ constexpr uint8_t REG_MASK3 = 0x18;
 constexpr uint8_t MASK3_FIFO_CLEAR = 0x80;
 constexpr uint8_t REG_PULSE = 0x19;
 constexpr uint8_t PULSE_GROUP1 = 0x01, PULSE_GROUP2 = 0xC2, PULSE_ECC = 0x04, PULSE_AUDIO = 0x08;
-constexpr uint8_t REG_CONVERTER = 0x20; // bits 0, 1: what it does
+constexpr uint8_t REG_BUS_MAP = 0x1B, REG_BUS_MODE = 0x1C; // the output bus; 0: separate syncs, one clock a pixel
+constexpr uint8_t BUS_MODE = 0x4D; // its other bits are filters of the chroma and a restart of the output
+constexpr uint8_t REG_CONVERTER = 0x20;
+constexpr uint8_t CONVERTER_MODE = 0x03, CONVERTER_TO_YUV = 0x02, CONVERTER_TO_RGB = 0x03;
+constexpr uint8_t INPUT_COLOUR = 0x1C, INPUT_FORCED = 0x10, INPUT_YUV422 = 0x04, INPUT_YUV444 = 0x08;
 constexpr uint8_t CONVERTER_BLANK = 0x80;
+constexpr uint8_t REG_OFFSETS = 0x21; // to 0x23
 constexpr uint8_t REG_MATRIX = 0x24, REG_MATRIX_LAST = 0x35;
+constexpr uint8_t REG_OUTPUT_COLOUR = 0x3D;
+constexpr uint8_t OUTPUT_COLOUR = 0xC0, OUTPUT_YUV422 = 0x40, OUTPUT_YUV444 = 0x80;
 constexpr uint8_t REG_TIMING = 0x58; // to 0x64
 constexpr uint8_t REG_MUTE = 0x65;
 constexpr uint8_t MUTE_SET = 0x04;

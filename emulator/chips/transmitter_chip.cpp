@@ -94,12 +94,6 @@ void TransmitterChip::pulse_hot_plug()
     latch(STATUS_HOT_PLUG);
 }
 
-void TransmitterChip::set_input(const PictureTiming& timing, uint32_t audio_rate_hz)
-{
-    timing_ = timing;
-    audio_rate_hz_ = audio_rate_hz;
-}
-
 void TransmitterChip::overflow_audio()
 {
     audio_overflown_ = true;
@@ -199,8 +193,7 @@ DisplayView TransmitterChip::view() const
                            .bank1 = bank1_,
                            .enabled = enabled_,
                            .audio_overflown = audio_overflown_,
-                           .timing = timing_,
-                           .audio_rate_hz = audio_rate_hz_});
+                           .input = input_});
 }
 
 } // namespace emu

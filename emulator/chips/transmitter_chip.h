@@ -17,6 +17,7 @@
 
 #include <array>
 #include <cstdint>
+#include <utility>
 
 namespace emu {
 
@@ -38,7 +39,7 @@ public:
     /** The display pulls its hot-plug line down for too short a time to be seen in the level. */
     void pulse_hot_plug();
     /** What comes in from the box: its clock runs the chip's output and measures the audio's. Nothing at power-on. */
-    void set_input(const PictureTiming& timing, uint32_t audio_rate_hz);
+    void set_input(TransmitterInput input) { input_ = std::move(input); }
     /** Let the audio FIFO run over; there is no sound until the audio path has been held and released. */
     void overflow_audio();
     void fail_ddc_fifo();
@@ -86,8 +87,7 @@ private:
     bool enabled_ = false;
     bool audio_overflown_ = false;
     Lock lock_ = Lock::Closed;
-    PictureTiming timing_;
-    uint32_t audio_rate_hz_ = 0;
+    TransmitterInput input_;
     uint64_t locked_writes_ = 0, stray_writes_ = 0;
 };
 

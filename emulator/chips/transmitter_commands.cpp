@@ -98,7 +98,7 @@ Reply input_command(TransmitterChip& chip, Args& args)
     const auto clock = static_cast<uint32_t>(args.number("a pixel clock in Hz", 1'000'000, 600'000'000));
     const auto rate = static_cast<uint32_t>(args.number("an audio rate in Hz", 1, 1'000'000));
     args.end();
-    chip.set_input({.clock_khz = clock / 1000}, rate);
+    chip.set_input({.timing = {.clock_khz = clock / 1000}, .audio_rate_hz = rate});
     return {};
 }
 
@@ -106,7 +106,9 @@ std::string show_output(const TransmitterChip& chip)
 {
     const DisplayView view = chip.view();
     const char* power = view.afe == AfeState::Off ? "off" : view.afe == AfeState::SetUp ? "in set-up" : "on";
-    char counts[200];
+    const char* range = view.afe_range == AfeRange::High ? "high" : view.afe_range == AfeRange::Low ? "low" : "no";
+    char clock[80], counts[200];
+    std::snprintf(clock, sizeof clock, "%.2f MHz, front end in its %s range", view.tmds_khz / 1000.0, range);
     std::snprintf(
         counts, sizeof counts,
         "writes lost to the lock: %llu, to missing registers: %llu\nDDC reads: %llu, lost DDC commands: %llu\n",
@@ -114,7 +116,8 @@ std::string show_output(const TransmitterChip& chip)
         static_cast<unsigned long long>(chip.ddc().transactions()),
         static_cast<unsigned long long>(chip.ddc().lost_commands()));
     return std::string("enabled by the board: ") + (chip.output_enabled() ? "yes" : "no") + "\npower: " + power +
-           "\nblanked: " + (view.muted ? "yes" : "no") + "\n" + counts;
+           "\nblanked: " + (view.muted ? "yes" : "no") + "\nclock: " + clock + "\npicture: " + picture_text(view) +
+           "\n" + counts;
 }
 
 void add_display_commands(CommandTable& commands, TransmitterChip& chip)

@@ -54,8 +54,10 @@ constexpr uint8_t REG_AFE_SWING = 0x68;
 constexpr uint8_t   SWING_LOW = 0x10;
 constexpr uint8_t REG_INPUT = 0x70;
 constexpr uint8_t   INPUT_COLOUR = 0xC0, INPUT_YUV422 = 0x40, INPUT_YUV444 = 0x80;
+constexpr uint8_t   INPUT_BUS = 0x3C;           // half clock, embedded syncs, both clock edges; the board's is plain
 constexpr uint8_t REG_CONVERTER = 0x72;
 constexpr uint8_t   CONVERTER_MODE = 0x03, CONVERTER_TO_YUV = 0x02, CONVERTER_TO_RGB = 0x03;
+constexpr uint8_t   CONVERTER_RESAMPLES = 0x40; // chroma is filtered between 4:2:2 and 4:4:4
 constexpr uint8_t REG_MATRIX = 0x73, MATRIX_SIZE = 21, REG_MATRIX_LAST = 0x87;
 constexpr uint8_t REG_HDMI = 0xC0;
 constexpr uint8_t   HDMI_MODE = 0x01;

@@ -1,7 +1,6 @@
 #include "emulator/world/display_limits.h"
 
 #include <algorithm>
-#include <cmath>
 #include <span>
 
 namespace emu {
@@ -11,7 +10,6 @@ namespace {
 using Block = std::span<const uint8_t, EDID_BLOCK>;
 
 constexpr size_t DESCRIPTOR = 18, FIRST_DESCRIPTOR = 54, DESCRIPTORS = 4;
-constexpr double SAME_RATE_HZ = 0.5;
 
 /** Established timings (E-EDID 3.8): bits of bytes 35 to 37 from the highest down. */
 constexpr const char* ESTABLISHED[] = {"",
@@ -119,10 +117,7 @@ void add_cta(Block extension, DisplayLimits& limits)
 
 bool DisplayLimits::lists(const PictureTiming& timing) const
 {
-    return std::ranges::any_of(timings, [&timing](const PictureTiming& own) {
-        return own.width == timing.width && own.height == timing.height && own.interlaced == timing.interlaced &&
-               std::abs(own.rate_hz - timing.rate_hz) <= SAME_RATE_HZ;
-    });
+    return std::ranges::any_of(timings, [&timing](const auto& own) { return is_same_picture(own, timing); });
 }
 
 DisplayLimits read_limits(const EdidImage& edid)

@@ -9,6 +9,8 @@ namespace emu {
 
 namespace {
 
+constexpr double SAME_RATE_HZ = 0.5; // 59.94 and 60 Hz are one to a display
+
 constexpr bool P = true, N = false; ///< sync polarity
 constexpr bool I = true, _ = false; ///< interlaced or not
 
@@ -152,6 +154,12 @@ const Format* find_vic(std::string_view digits)
 }
 
 } // namespace
+
+bool is_same_picture(const PictureTiming& a, const PictureTiming& b)
+{
+    return a.width == b.width && a.height == b.height && a.interlaced == b.interlaced &&
+           std::abs(a.rate_hz - b.rate_hz) <= SAME_RATE_HZ;
+}
 
 PictureTiming timing_of(const Format& format)
 {

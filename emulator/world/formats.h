@@ -44,6 +44,9 @@ struct PictureTiming {
 
 PictureTiming timing_of(const Format& format);
 
+/** Whether a display takes the one for the other: size and scan the same, the rate within half a hertz. */
+bool is_same_picture(const PictureTiming& a, const PictureTiming& b);
+
 /** All formats with a name, CTA-861's first. */
 std::span<const Format> all_formats();
 

@@ -85,6 +85,19 @@ PictureTiming Signal::timing() const
     return timing;
 }
 
+PictureColours Signal::colours() const
+{
+    // CTA-861: high definition has ITU709's weights; YCbCr has television's levels, RGB has them in television's
+    // formats.
+    const bool high_definition = format.h_active >= 1280 && format.repetition == 1;
+    const bool told = colorimetry != Colorimetry::None;
+    const bool told_709 = colorimetry == Colorimetry::Bt709 || colorimetry == Colorimetry::XvYcc709;
+    const bool television = format.vic > 1 || format.vic_wide > 1;
+    return {.colour = colour,
+            .itu709 = told ? told_709 : high_definition,
+            .limited = colour != Colour::Rgb || (quantization == 0 ? television : quantization == 1)};
+}
+
 double Signal::link_clock_khz() const
 {
     // 4:2:2 has its 12 bits a component in the room of 24 bits a pixel.

@@ -9,6 +9,7 @@
 #pragma once
 
 #include "emulator/base/timeline.h"
+#include "emulator/world/colour.h"
 #include "emulator/world/formats.h"
 #include "emulator/world/info_frames.h"
 
@@ -45,7 +46,6 @@ struct AudioSignal {
     std::array<uint8_t, 5> channel_status() const;
 };
 
-enum class Colour : uint8_t { Rgb, Yuv422, Yuv444 };
 enum class Colorimetry : uint8_t { None, Bt601, Bt709, XvYcc601, XvYcc709 };
 enum class AviSending : uint8_t { On, Off, WrongColour, WrongChecksum };
 
@@ -66,6 +66,8 @@ struct Signal {
 
     /** The picture as it goes on to the output. */
     PictureTiming timing() const;
+    /** Its colours as they are, whatever the AVI frame says. */
+    PictureColours colours() const;
     double pixel_clock_khz() const { return format.clock_khz * (1 + clock_error_percent / 100); }
     /** Clock of the cable; deep colour makes it faster than the pixels. */
     double link_clock_khz() const;

@@ -541,7 +541,7 @@ TEST(CorrectedFormats, LeaveADviDisplayTheFullRange)
     start_on(recorder, "all", {}, "");
     run_for(3s);
     const emu::DisplayView view = box().transmitter().view();
-    EXPECT_EQ(view.matrix, (emu::Matrix{emu::MatrixKind::YuvToRgb, true, false}));
+    EXPECT_EQ(view.path.matrix, (emu::Matrix{emu::MatrixKind::YuvToRgb, true, false}));
 }
 
 // Catches: a ROM that cannot be written and is worn out by trying, and one that is never tried again.

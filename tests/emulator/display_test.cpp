@@ -91,7 +91,8 @@ TEST(DisplayView, PictureNeedsAClockThatTheDisplayTakesAndTheFrontEndIsSetUpFor)
         TransmitterChip chip(time);
         chip.plug({row.display, find_edid(row.display)});
         run(chip, row.high);
-        if (*row.format != '\0') chip.set_input(timing(row.format), 48'000);
+        if (*row.format != '\0')
+            chip.set_input({.timing = timing(row.format), .colours = {.colour = Colour::Rgb, .limited = false}});
         const DisplayView view = chip.view();
         EXPECT_EQ(view.picture, row.picture) << view.why;
         EXPECT_EQ(view.why + view.but, row.text);

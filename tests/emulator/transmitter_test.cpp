@@ -362,8 +362,11 @@ TEST(DisplayView, ShowsAPictureOnlyWhenEverythingOnItsWayIsRight)
         bool plays;
     } rows[] = {
         {"4:2:2 to the TV", "tv", 0x30, 0xE7, 0, 0, OutputSignal::Hdmi, Picture::Good, true},
-        {"4:4:4 to the TV", "tv", 0x50, 0xC7, 0, 0, OutputSignal::Hdmi, Picture::Good, true},
-        {"4:4:4 to a 4:2:2 display", "yuv422", 0x50, 0xC7, 0, 0, OutputSignal::Hdmi, Picture::WrongColours, true},
+        {"4:4:4 to the TV", "tv", 0x50, 0xC7, REG_CONVERTER, CONVERTER_RESAMPLES, OutputSignal::Hdmi, Picture::Good,
+         true},
+        {"4:2:2 called 4:4:4", "tv", 0x50, 0xC7, 0, 0, OutputSignal::Hdmi, Picture::WrongColours, true},
+        {"4:4:4 to a 4:2:2 display", "yuv422", 0x50, 0xC7, REG_CONVERTER, CONVERTER_RESAMPLES, OutputSignal::Hdmi,
+         Picture::WrongColours, true},
         {"called RGB", "tv", 0x10, 0x07, 0, 0, OutputSignal::Hdmi, Picture::WrongColours, true},
         {"AVI checksum wrong", "tv", 0x30, 0xE8, 0, 0, OutputSignal::Hdmi, Picture::WrongColours, true},
         {"last AVI byte not in the sum", "tv", 0x30, 0xE7, REG_AVI + 13, 0x01, OutputSignal::Hdmi,

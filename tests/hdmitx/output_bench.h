@@ -42,7 +42,7 @@ inline void start_output()
         capd::hdmitx_init();
         capd::hdmitx_unblank();
     });
-    chip().set_input({.clock_khz = 74'250}, 48'000); // no source is connected
+    chip().set_input({.timing = {.clock_khz = 74'250}, .audio_rate_hz = 48'000}); // no source is connected
 }
 
 /** One supervision step; its text. */

@@ -8,7 +8,7 @@
 using namespace capd;
 using namespace output_bench;
 using namespace emu::tx;
-using Colour = emu::OutputColour;
+using emu::Colour;
 using emu::Picture;
 using Signal = emu::OutputSignal;
 
@@ -19,22 +19,24 @@ TEST(HotPlug, EveryDisplayGetsThePictureAndSoundThatItTakes)
     static constexpr struct {
         const char* edid;
         Signal signal;
-        Colour wire;
-        bool matrix, sound;
+        Colour cable;
+        Picture picture;
+        bool sound;
         uint8_t avi_1;
     } displays[] = {
-        {"dvi", Signal::Dvi, Colour::Rgb, true, false, 0},
-        {"rev1", Signal::Dvi, Colour::Rgb, true, false, 0},
-        {"bad-sum", Signal::Dvi, Colour::Rgb, true, false, 0},
-        {"bad-header", Signal::Dvi, Colour::Rgb, true, false, 0},
-        {"rgb", Signal::Hdmi, Colour::Rgb, true, true, 0x10},
-        {"yuv422", Signal::Hdmi, Colour::Yuv422, false, true, 0x30},
-        {"yuv444", Signal::Hdmi, Colour::Yuv444, false, true, 0x50},
-        {"tv", Signal::Hdmi, Colour::Yuv444, false, true, 0x50},
-        {"noaudio", Signal::Hdmi, Colour::Yuv444, false, false, 0x50}, // after one with audio
-        {"two-cea", Signal::Hdmi, Colour::Yuv444, false, true, 0x50},
-        {"five-blocks", Signal::Hdmi, Colour::Yuv444, false, true, 0x50},
-        {"projector", Signal::Hdmi, Colour::Yuv444, false, true, 0x50},
+        {"dvi", Signal::Dvi, Colour::Rgb, Picture::Good, false, 0},
+        {"rev1", Signal::Dvi, Colour::Rgb, Picture::Good, false, 0},
+        {"bad-sum", Signal::Dvi, Colour::Rgb, Picture::Good, false, 0},
+        {"bad-header", Signal::Dvi, Colour::Rgb, Picture::Good, false, 0},
+        {"rgb", Signal::Hdmi, Colour::Rgb, Picture::Good, true, 0x10},
+        {"yuv422", Signal::Hdmi, Colour::Yuv422, Picture::Good, true, 0x30},
+        // Those that take 4:4:4 are told that they get it; on the cable is what came in.
+        {"yuv444", Signal::Hdmi, Colour::Yuv422, Picture::WrongColours, true, 0x50},
+        {"tv", Signal::Hdmi, Colour::Yuv422, Picture::WrongColours, true, 0x50},
+        {"noaudio", Signal::Hdmi, Colour::Yuv422, Picture::WrongColours, false, 0x50}, // after one with audio
+        {"two-cea", Signal::Hdmi, Colour::Yuv422, Picture::WrongColours, true, 0x50},
+        {"five-blocks", Signal::Hdmi, Colour::Yuv422, Picture::WrongColours, true, 0x50},
+        {"projector", Signal::Hdmi, Colour::Yuv422, Picture::WrongColours, true, 0x50},
     };
     start_output();
     for (const auto& d : displays) {
@@ -43,9 +45,10 @@ TEST(HotPlug, EveryDisplayGetsThePictureAndSoundThatItTakes)
         const emu::DisplayView seen = chip().view();
         const bool hdmi = d.signal == Signal::Hdmi;
         EXPECT_EQ(seen.signal, d.signal);
-        EXPECT_EQ(seen.picture, Picture::Good) << seen.why;
-        EXPECT_EQ(seen.wire, d.wire);
-        EXPECT_EQ(seen.matrix, d.matrix ? (emu::Matrix{emu::MatrixKind::YuvToRgb, false, false}) : emu::Matrix{});
+        EXPECT_EQ(seen.picture, d.picture) << seen.why;
+        EXPECT_EQ(seen.path.cable.colour, d.cable);
+        EXPECT_EQ(seen.path.matrix,
+                  d.cable == Colour::Rgb ? (emu::Matrix{emu::MatrixKind::YuvToRgb, false, false}) : emu::Matrix{});
         EXPECT_EQ(seen.afe_range, emu::AfeRange::Low);
         EXPECT_EQ(seen.avi.sent, hdmi);
         EXPECT_TRUE(!hdmi || (seen.avi.checksum_right() && seen.avi.body[1] == d.avi_1 && seen.avi.body[2] == 0x58));
@@ -207,7 +210,7 @@ TEST(ErrorInterrupts, EachIsServedOnceAndSaidOnce)
         {"no audio", [] { chip().raise_extended(0x0A); }, "DDC bus hang No audio input interrupt  \n", {}, {}},
     };
     start_output();
-    drive("tv");
+    drive("yuv422");
     for (const auto& i : interrupts) {
         SCOPED_TRACE(i.what);
         i.happen();
