@@ -43,7 +43,7 @@ void close_block(std::span<uint8_t> block)
 
 } // namespace
 
-EdidRom::EdidRom()
+EdidRom::EdidRom(const Timeline& time, const I2cBus& bus) : time_(time), bus_(bus)
 {
     std::copy(std::begin(BASE_BLOCK), std::end(BASE_BLOCK), bytes_.begin());
     std::copy(std::begin(CEA_BLOCK), std::end(CEA_BLOCK), bytes_.begin() + BLOCK_SIZE);
@@ -51,15 +51,28 @@ EdidRom::EdidRom()
     close_block(std::span(bytes_).last(BLOCK_SIZE));
 }
 
+uint8_t EdidRom::read_byte(uint8_t offset) const
+{
+    const Cycle& cycle = cycles_[offset];
+    return time_.now() < cycle.until ? cycle.before : bytes_[offset];
+}
+
+void EdidRom::write_byte(uint8_t offset, uint8_t value)
+{
+    if (bus_.speed() != 0) cycles_[offset] = {.until = time_.now() + WRITE_TIME, .before = read_byte(offset)};
+    bytes_[offset] = value;
+}
+
 int EdidRom::write(std::span<const uint8_t> bytes)
 {
-    if (bytes.empty()) return 0;
-    offset_ = bytes[0];
-    for (uint8_t value : bytes.subspan(1)) {
-        ++(writable_ ? writes_ : lost_writes_);
-        if (writable_) bytes_[offset_] = value;
-        ++offset_;
+    if (bytes.empty()) return readable_ ? 0 : -ENXIO;
+    if (!writable_) {
+        lost_writes_ += bytes.size() - 1;
+        return readable_ ? 0 : -ENXIO;
     }
+    offset_ = bytes[0];
+    for (uint8_t value : bytes.subspan(1)) write_byte(offset_++, value);
+    writes_ += bytes.size() - 1;
     return 0;
 }
 
@@ -70,7 +83,7 @@ int EdidRom::read(std::span<const uint8_t> address, std::span<uint8_t> out)
         return -ENXIO;
     }
     if (!address.empty()) offset_ = address[0];
-    for (uint8_t& value : out) value = bytes_[offset_++];
+    for (uint8_t& value : out) value = read_byte(offset_++);
     return 0;
 }
 

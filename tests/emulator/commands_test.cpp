@@ -174,7 +174,7 @@ TEST(EdidRom, HostHasWhatTheControlBitsGive)
         const uint8_t control[] = {2, c.control}, write[] = {0x10, 0x77}, offset[] = {0x10};
         box.edid_rom().fill(0);
         ASSERT_EQ(box.i2c().write(emu::i2c_address::BOARD, control), 0);
-        EXPECT_EQ(box.i2c().write(emu::i2c_address::EDID_ROM, write), 0);
+        EXPECT_EQ(box.i2c().write(emu::i2c_address::EDID_ROM, write), c.read);
         EXPECT_EQ(box.edid_rom().bytes()[0x10], c.written ? 0x77 : 0);
         EXPECT_EQ(box.edid_rom().lost_writes(), lost += !c.written);
         uint8_t value[1] = {0xFF};
