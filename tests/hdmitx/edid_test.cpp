@@ -342,3 +342,14 @@ TEST(Ddc, ReadingTwoBlocksTakesOneMillisecondPerByte)
     parse(emu::find_edid("tv"));
     EXPECT_EQ(bench::now() - start_time, std::chrono::milliseconds(256));
 }
+
+// Catches: an EDID that is not read, or not in the time that is known of it, where every transfer takes its time: five of
+// them and a poll of a millisecond for a byte. The bus is the board's of 100 kHz.
+TEST(Ddc, ReadingTwoBlocksTakesAboutASecondOnARealBus)
+{
+    start();
+    bench::tell("i2c speed 100000");
+    const auto start_time = bench::now();
+    parse(emu::find_edid("tv"));
+    EXPECT_NEAR(std::chrono::duration<double>(bench::now() - start_time).count(), 1.2, 0.1);
+}
