@@ -11,8 +11,8 @@ constexpr uint32_t BOARD_AUDIO_HZ = 48'000; // at the transmitter, whatever the 
 
 Hardware::Hardware(const BoxOptions& options)
     : root_(options.root), i2c_(time_), sources_{Source(time_, 0), Source(time_, 1)},
-      receiver_(time_, sources_[0], sources_[1]), transmitter_(time_), board_(time_), edid_rom_(time_, i2c_), capture_(i2c_, time_),
-      nvram_(root_), card_(root_), encoder_(root_, time_, options.encoder)
+      receiver_(time_, sources_[0], sources_[1]), transmitter_(time_), board_(time_), edid_rom_(time_, i2c_),
+      capture_(i2c_, time_), nvram_(root_), card_(root_), encoder_(root_, time_, options.encoder)
 {
     i2c_.attach(i2c_address::RECEIVER, receiver_);
     i2c_.attach(i2c_address::TRANSMITTER, transmitter_);

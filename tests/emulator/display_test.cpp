@@ -5,7 +5,10 @@
 #include "emulator/world/formats.h"
 #include "tests/support/bench.h"
 
+#include <array>
 #include <gtest/gtest.h>
+#include <initializer_list>
+#include <numeric>
 
 namespace {
 
@@ -36,7 +39,105 @@ void run(TransmitterChip& chip, bool high)
     set(REG_GENERAL, 0);
 }
 
+/** Send an AVI frame of version 2 with these first five bytes and a right sum. */
+void send_avi(TransmitterChip& chip, std::array<uint8_t, 5> body)
+{
+    const auto put = [&chip](std::initializer_list<uint8_t> bytes) {
+        ASSERT_EQ(chip.write({bytes.begin(), bytes.size()}), 0);
+    };
+    const unsigned sum = 0x82 + 2 + 13 + std::accumulate(body.begin(), body.end(), 0u);
+    const auto clocks = chip.peek(0, REG_CLOCKS);
+    put({REG_CLOCKS, static_cast<uint8_t>(clocks | CLOCKS_BANK)});
+    put({REG_AVI, body[0], body[1], body[2], body[3], body[4], static_cast<uint8_t>(0x100 - (sum & 0xFF))});
+    put({REG_CLOCKS, clocks});
+    put({REG_SEND_AVI, SEND});
+}
+
 } // namespace
+
+// Catches: levels and weights that are not those of CTA-861 (5.1) where a source or an AVI frame does not tell, and a
+// difference between what is on the cable and what is told that a display does not show.
+TEST(DisplayView, TakesColoursForWhatItIsTold)
+{
+    constexpr Colour RGB = Colour::Rgb, YUV = Colour::Yuv422;
+    static const struct {
+        const char *what, *format;
+        PictureColours cable;
+        std::array<uint8_t, 5> avi;
+        Picture picture;
+        const char* text;
+    } rows[] = {
+        {"levels by VIC", "1080p60", {.colour = RGB}, {0x10, 0xA8, 0, 16, 0}, Picture::Good, ""},
+        {"no VIC: a computer's",
+         "1080p60",
+         {.colour = RGB, .limited = false},
+         {0x10, 0xA8, 0, 0, 0},
+         Picture::Good,
+         ""},
+        {"VIC 1: a computer's",
+         "640x480p60",
+         {.colour = RGB, .limited = false},
+         {0x10, 0x58, 0, 1, 0},
+         Picture::Good,
+         ""},
+        {"full, told", "1080p60", {.colour = RGB, .limited = false}, {0x10, 0xA8, 0x08, 16, 0}, Picture::Good, ""},
+        {"full, not told",
+         "1080p60",
+         {.colour = RGB, .limited = false},
+         {0x10, 0xA8, 0, 16, 0},
+         Picture::Good,
+         "the display takes levels of 0-255 for 16-235"},
+        {"limited, called full",
+         "1080p60",
+         {.colour = RGB},
+         {0x10, 0xA8, 0x08, 16, 0},
+         Picture::Good,
+         "the display takes levels of 16-235 for 0-255"},
+        {"weights by size", "1080p60", {.itu709 = true}, {0x30, 0x28, 0, 16, 0}, Picture::Good, ""},
+        {"weights by size", "480p60", {.itu709 = false}, {0x30, 0x18, 0, 2, 0}, Picture::Good, ""},
+        {"ITU601, told", "1080p60", {.itu709 = false}, {0x30, 0x68, 0, 16, 0}, Picture::Good, ""},
+        {"ITU709, called ITU601",
+         "1080p60",
+         {.itu709 = true},
+         {0x30, 0x68, 0, 16, 0},
+         Picture::Good,
+         "the display takes ITU709 for ITU601"},
+        {"RGB, called YCbCr",
+         "1080p60",
+         {.colour = RGB},
+         {0x30, 0xA8, 0, 16, 0},
+         Picture::WrongColours,
+         "the cable carries RGB, the display takes it for YCbCr 4:2:2"},
+        {"another format's VIC",
+         "1080p60",
+         {.itu709 = true},
+         {0x30, 0xA8, 0, 4, 0},
+         Picture::Good,
+         "the AVI frame names another format"},
+        {"59.94 Hz is 60 Hz", "1080p59.94", {.itu709 = true}, {0x30, 0xA8, 0, 16, 0}, Picture::Good, ""},
+        {"lost on the way",
+         "1080p60",
+         {.colour = YUV, .itu709 = true, .fault = "lost"},
+         {0x30, 0xA8, 0, 16, 0},
+         Picture::WrongColours,
+         "lost"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        Timeline time;
+        TransmitterChip chip(time);
+        chip.plug({"tv", find_edid("tv")});
+        const PictureTiming picture = timing(row.format);
+        run(chip, picture.clock_khz > 80'000);
+        const uint8_t input[] = {REG_INPUT, row.cable.colour == YUV ? INPUT_YUV422 : uint8_t{0}};
+        ASSERT_EQ(chip.write(input), 0);
+        chip.set_input({.timing = picture, .colours = row.cable});
+        send_avi(chip, row.avi);
+        const DisplayView view = chip.view();
+        EXPECT_EQ(view.picture, row.picture);
+        EXPECT_EQ(view.why + view.but, row.text);
+    }
+}
 
 // Catches: a list of timings or a clock that is read out of the wrong bytes of an EDID.
 TEST(DisplayLimits, AreThoseOfTheEdid)

@@ -343,8 +343,8 @@ TEST(Ddc, ReadingTwoBlocksTakesOneMillisecondPerByte)
     EXPECT_EQ(bench::now() - start_time, std::chrono::milliseconds(256));
 }
 
-// Catches: an EDID that is not read, or not in the time that is known of it, where every transfer takes its time: five of
-// them and a poll of a millisecond for a byte. The bus is the board's of 100 kHz.
+// Catches: an EDID that is not read, or not in the time that is known of it, where every transfer takes its time: five
+// of them and a poll of a millisecond for a byte. The bus is the board's of 100 kHz.
 TEST(Ddc, ReadingTwoBlocksTakesAboutASecondOnARealBus)
 {
     start();
