@@ -66,11 +66,17 @@ constexpr Format FORMATS[] = {
     {"720p24",             59400, 1280, 1760,  40, 220,  720,  5, 5, 20,  750, P, P, _, 1,  0, 60},
     {"720p25",             74250, 1280, 2420,  40, 220,  720,  5, 5, 20,  750, P, P, _, 1,  0, 61},
     {"720p30",             74250, 1280, 1760,  40, 220,  720,  5, 5, 20,  750, P, P, _, 1,  0, 62},
+    {"720p48",             90000, 1280,  960,  40, 220,  720,  5, 5, 20,  750, P, P, _, 1,  0, 108},
+    {"1080p48",           148500, 1920,  638,  44, 148, 1080,  4, 5, 36, 1125, P, P, _, 1,  0, 111},
     {"1680x720p24",        59400, 1680, 1360,  40, 220,  720,  5, 5, 20,  750, P, P, _, 1,  0, 79},
     {"1680x720p25",        59400, 1680, 1228,  40, 220,  720,  5, 5, 20,  750, P, P, _, 1,  0, 80},
     {"1680x720p30",        59400, 1680,  700,  40, 220,  720,  5, 5, 20,  750, P, P, _, 1,  0, 81},
     {"1680x720p50",        82500, 1680,  260,  40, 220,  720,  5, 5, 20,  750, P, P, _, 1,  0, 82},
     {"1680x720p60",        99000, 1680,  260,  40, 220,  720,  5, 5, 20,  750, P, P, _, 1,  0, 83},
+    {"1680x720p48",        99000, 1680,  810,  40, 220,  720,  5, 5, 20,  750, P, P, _, 1,  0, 110},
+    {"2560x1080p24",       99000, 2560,  998,  44, 148, 1080,  4, 5, 11, 1100, P, P, _, 1,  0, 86},
+    {"2560x1080p25",       90000, 2560,  448,  44, 148, 1080,  4, 5, 36, 1125, P, P, _, 1,  0, 87},
+    {"2560x1080p30",      118800, 2560,  768,  44, 148, 1080,  4, 5, 36, 1125, P, P, _, 1,  0, 88},
     // VESA DMT; "rb" is reduced blanking
     {"dmt-640x350-85",     31500,  640,   32,  64,  96,  350, 32, 3, 60,  445, P, N, _, 1,  0,  0},
     {"dmt-640x400-85",     31500,  640,   32,  64,  96,  400,  1, 3, 41,  445, N, P, _, 1,  0,  0},
@@ -129,11 +135,13 @@ constexpr Alias ALIASES[] = {
     {"wuxga", "dmt-1920x1200-60rb"}, {"dmt-1280x720-60", "720p60"}, {"dmt-1920x1080-60", "1080p60"},
 };
 
-struct DroppedRate {
-    std::string_view suffix, nominal;
+struct OtherRate {
+    std::string_view told, nominal;
 };
-constexpr DroppedRate DROPPED_RATES[] = {
-    {"119.88", "120"}, {"59.94", "60"}, {"29.97", "30"}, {"23.98", "24"}, {"23.976", "24"}};
+constexpr OtherRate DROPPED_RATES[] = {{"119.88", "120"}, {"59.94", "60"}, {"47.95", "48"},
+                                       {"29.97", "30"},   {"23.98", "24"}, {"23.976", "24"}};
+constexpr OtherRate WHOLE_RATES[] = {{"240.00", "240"}, {"120.00", "120"}, {"60.00", "60"}};
+constexpr double NTSC = 1.001; ///< a whole rate by a dropped one
 
 const Format* find_named(std::string_view name)
 {
@@ -151,6 +159,32 @@ const Format* find_vic(std::string_view digits)
     const auto found =
         std::ranges::find_if(FORMATS, [vic](const Format& f) { return f.vic == vic || f.vic_wide == vic; });
     return found != std::end(FORMATS) ? found : nullptr;
+}
+
+/** The format that is named with one of these rates in the place of its own. */
+const Format* find_with_rate(std::string_view name, std::span<const OtherRate> rates)
+{
+    for (const OtherRate& rate : rates) {
+        const size_t at = name.rfind(rate.told);
+        if (at == std::string_view::npos) continue;
+        const std::string_view rest = name.substr(at + rate.told.size());
+        if (!rest.empty() && rest[0] != '-') continue;
+        return find_named(std::string(name.substr(0, at)).append(rate.nominal).append(rest));
+    }
+    return nullptr;
+}
+
+/** Formats on a 27 or 25.175 MHz clock run at the dropped rate; those of CTA-861 have a clock for the whole one, too.
+ */
+bool is_whole_rate(const Format& format)
+{
+    return std::abs(format.field_rate() - std::round(format.field_rate())) <= 0.01;
+}
+
+Format with_clock(Format format, double khz)
+{
+    format.clock_khz = static_cast<uint32_t>(std::lround(khz));
+    return format;
 }
 
 } // namespace
@@ -193,16 +227,11 @@ std::optional<Format> find_format(std::string_view name)
         return found != nullptr ? std::optional(*found) : std::nullopt;
     }
     if (const Format* found = find_named(name)) return *found;
-    for (const DroppedRate& rate : DROPPED_RATES) {
-        if (!name.ends_with(rate.suffix)) continue;
-        const std::string nominal = std::string(name.substr(0, name.size() - rate.suffix.size())).append(rate.nominal);
-        const Format* found = find_named(nominal);
-        // Formats on a 27 or 25.175 MHz clock run at the dropped rate already and keep no other.
-        if (found == nullptr || std::abs(found->field_rate() - std::round(found->field_rate())) > 0.01) continue;
-        Format dropped = *found;
-        dropped.clock_khz = static_cast<uint32_t>(std::lround(found->clock_khz / 1.001));
-        return dropped;
-    }
+    if (const Format* found = find_with_rate(name, DROPPED_RATES); found != nullptr && is_whole_rate(*found))
+        return with_clock(*found, found->clock_khz / NTSC);
+    const Format* found = find_with_rate(name, WHOLE_RATES);
+    if (found != nullptr && found->vic != 0 && !is_whole_rate(*found))
+        return with_clock(*found, found->clock_khz * NTSC);
     return std::nullopt;
 }
 
@@ -219,6 +248,8 @@ std::string list_formats()
             if (vic != 0) text += "  VIC " + std::to_string(vic);
         text += "\n";
     }
+    text += "59.94, 47.95, 29.97, 23.98 or 119.88 in the place of 60, 48, 30, 24 or 120 divides a clock by 1.001;\n"
+            "60.00, 120.00 or 240.00 multiplies that of 640x480p60, 480p60 and their relatives\n";
     for (const Alias& a : ALIASES) text += std::string(a.alias) + " is " + std::string(a.name) + "\n";
     return text;
 }

@@ -24,7 +24,7 @@ struct Format {
     bool interlaced = false;
     uint8_t repetition = 1; ///< times a pixel is sent
     uint8_t vic = 0;        ///< video identification code of the 4:3 picture, 0 when CTA-861 has none
-    uint8_t vic_wide = 0;   ///< that of the 16:9 (from 79 on the 64:27) picture, 0 when there is none
+    uint8_t vic_wide = 0;   ///< that of the picture in 16:9, or 64:27 where the format's own shape is that; 0: none
 
     uint32_t h_total() const { return uint32_t{h_active} + h_front + h_sync + h_back; }
     uint32_t field_lines() const { return interlaced ? lines / 2u : lines; }
@@ -52,7 +52,9 @@ std::span<const Format> all_formats();
 
 /**
  * Find a format by its name ("1080i60", "dmt-1024x768-60"), by a customary name ("vga"), or by "vic16".
- * Names ending in 59.94, 29.97, 23.98 or 119.88 give a 60, 30, 24 or 120 Hz format with its clock divided by 1.001.
+ * Names with 59.94, 47.95, 29.97, 23.98 or 119.88 in the place of their rate give a 60, 48, 30, 24 or 120 Hz format
+ * with its clock divided by 1.001 (74.176, 148.352 MHz). Formats whose nominal clock gives the dropped rate already
+ * have a second one of CTA-861 for the whole rate: names with 60.00, 120.00 or 240.00 (27.027, 25.2 MHz and multiples).
  */
 std::optional<Format> find_format(std::string_view name);
 
