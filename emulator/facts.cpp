@@ -60,7 +60,7 @@ Json source_facts(const Source& source)
                   {"signal", nullptr}};
     if (!source.plugged()) return facts;
     const Signal& signal = source.signal();
-    const Format& f = signal.format;
+    const Format f = signal.on_cable();
     facts["signal"] = {{"format", f.name},
                        {"width", f.h_active},
                        {"height", f.interlaced ? f.v_active * 2 : f.v_active},
@@ -70,7 +70,8 @@ Json source_facts(const Source& source)
                        {"hdmi", signal.hdmi},
                        {"colour", word(COLOURS, signal.colour)},
                        {"depth_bits", signal.depth_bits},
-                       {"muted", signal.muted},
+                       {"muted", source.muted()},
+                       {"asks_for_hdcp", source.asks()},
                        {"sound", sound_facts(signal)}};
     return facts;
 }

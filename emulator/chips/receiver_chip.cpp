@@ -2,10 +2,9 @@
 
 #include "emulator/chips/matrix.h"
 #include "emulator/chips/receiver_colour.h"
-#include "emulator/world/iec60958.h"
+#include "emulator/chips/receiver_timing.h"
 
 #include <algorithm>
-#include <cmath>
 
 namespace emu {
 
@@ -39,12 +38,6 @@ constexpr RegisterRow REGISTERS[] = {
 // clang-format on
 constexpr RegisterMap MAP{REGISTERS};
 
-uint8_t count_clock(double clock_khz)
-{
-    // Pixels against the chip's own clock: 128 of it for 27 MHz.
-    return static_cast<uint8_t>(std::clamp(std::lround(3'456'000 / clock_khz), 1L, 255L));
-}
-
 } // namespace
 
 uint8_t ReceiverChip::fault_bits(Fault fault)
@@ -73,6 +66,7 @@ int ReceiverChip::read(std::span<const uint8_t> address, std::span<uint8_t> out)
 {
     play(storm_);
     play(repeated_fault_);
+    if (measured_ && varies(picture_)) show_timing();
     return RegisterFile::read(address, out);
 }
 
@@ -235,8 +229,9 @@ void ReceiverChip::update_link()
     arriving_ = arrives;
     time_.cancel(lock_event_);
     if (!arrives) return unlock();
-    if (lock_time_ == 0) return lock();
-    lock_event_ = time_.after(lock_time_, [this] { lock(); });
+    const Micros lock_time = lock_time_ + signal()->late_lock;
+    if (lock_time == 0) return lock();
+    lock_event_ = time_.after(lock_time, [this] { lock(); });
 }
 
 void ReceiverChip::lock()
@@ -266,38 +261,25 @@ void ReceiverChip::start_measuring()
     time_.cancel(measure_event_);
     if (in_reset(RESET_VIDEO)) return;
     if (lock_time_ == 0) return measure();
-    measure_event_ = time_.after(Micros{2} * signal()->format.field_us(), [this] { measure(); });
+    measure_event_ = time_.after(Micros{2} * signal()->on_cable().field_us(), [this] { measure(); });
 }
 
-void ReceiverChip::show_timing(const Signal& signal)
+/** The chip goes on measuring: what its registers show depends on when they are looked at. */
+void ReceiverChip::show_timing()
 {
-    const Format& f = signal.format;
-    const uint32_t v_total = f.field_lines(), h_total = f.h_total();
-    const std::array<uint32_t, 13> timing = {
-        f.interlaced ? 0x02u : 0x00u,                            // 0x58 scan
-        h_total & 0xFF,                                          // 0x59
-        (h_total >> 8 & 0x0F) | (f.h_active >> 8 & 0x07u) << 4,  // 0x5A
-        f.h_active & 0xFFu,                                      // 0x5B
-        f.h_sync & 0xFFu,                                        // 0x5C
-        (f.h_sync >> 8 & 0x01u) | (f.h_front >> 8 & 0x0Fu) << 4, // 0x5D
-        f.h_front & 0xFFu,                                       // 0x5E
-        v_total & 0xFF,                                          // 0x5F
-        (v_total >> 8 & 0x0F) | (f.v_active >> 8 & 0x07u) << 4,  // 0x60
-        f.v_active & 0xFFu,                                      // 0x61
-        (uint32_t{f.v_sync} + f.v_back) & 0xFF,                  // 0x62 start of vertical sync to the picture
-        f.v_front & 0xFFu,                                       // 0x63
-        count_clock(signal.pixel_clock_khz()),                   // 0x64
-    };
-    std::transform(timing.begin(), timing.end(), &registers_[REG_TIMING],
-                   [](uint32_t v) { return static_cast<uint8_t>(v); });
-    registers_[REG_LINK_COUNT] = std::min<uint8_t>(count_clock(signal.link_clock_khz()), 0xFE); // 0xFF: no picture
+    const uint64_t measurement = (time_.now() - measured_at_) / std::max(1u, picture_.on_cable().field_us());
+    const CountedTiming counted = count_timing(picture_, measurement);
+    std::ranges::copy(counted.timing, &registers_[REG_TIMING]);
+    registers_[REG_LINK_COUNT] = counted.link;
 }
 
 void ReceiverChip::measure()
 {
     const bool first = !measured_;
     measured_ = true;
-    show_timing(*signal());
+    measured_at_ = time_.now();
+    picture_ = *signal();
+    show_timing();
     registers_[REG_STATUS] |= STATUS_MEASURED;
     decltype(measured_timing_) now;
     std::copy_n(&registers_[REG_TIMING], now.size(), now.begin());
@@ -315,7 +297,7 @@ void ReceiverChip::receive_packets(bool first)
     if (hdmi != hdmi_) latch(REG_INT1, INT1_HDMI_CHANGE);
     hdmi_ = hdmi;
     registers_[REG_STATUS] = static_cast<uint8_t>((registers_[REG_STATUS] & ~STATUS_HDMI) | (hdmi ? STATUS_HDMI : 0));
-    receive_mute(hdmi && signal()->muted);
+    receive_mute(hdmi && source()->muted());
     receive_frames(first);
     receive_audio();
     output_listener_();
@@ -329,10 +311,13 @@ void ReceiverChip::receive_mute(bool muted)
     latch(REG_INT2, muted ? INT2_MUTE_SET : INT2_MUTE_CLEAR);
 }
 
-/** Frames stay as they were received last when the source sends none any more. */
+/**
+ * Frames stay as they were received last when the source sends none any more. Their checksums are for the firmware to
+ * judge: the chip corrects and drops packets by the error code of the link, which a source with a wrong sum gets right.
+ */
 void ReceiverChip::receive_frames(bool first)
 {
-    const InfoFrame avi = signal()->avi_frame(), vendor = signal()->vendor_frame(), audio = signal()->audio_frame();
+    const InfoFrame avi = source()->told().avi, vendor = signal()->vendor_frame(), audio = source()->told().audio;
     if (avi.type != 0 && (first || avi != avi_)) {
         avi_ = avi;
         registers_[REG_AVI] = avi.version;
@@ -355,7 +340,10 @@ void ReceiverChip::receive_frames(bool first)
     }
 }
 
-/** Take over what runs through the sound path; a change in mid-stream upsets its FIFO and its clock. */
+/**
+ * Take over what runs through the sound path; a change in mid-stream upsets its FIFO and its clock. A channel status
+ * that tells something else upsets neither.
+ */
 void ReceiverChip::receive_audio()
 {
     AudioSignal now{.kind = AudioKind::None};
@@ -378,7 +366,8 @@ void ReceiverChip::show_audio()
         for (const auto& row : DEPTHS)
             if (row.bits == signal()->depth_bits) depth = row.code;
     const bool present = sound_.kind != AudioKind::None;
-    registers_[REG_FS_DEPTH] = static_cast<uint8_t>(depth << 4 | (present ? sampling_code_of(sound_.rate_hz) : 0));
+    const auto status = present ? source()->told().status : Told{}.status;
+    registers_[REG_FS_DEPTH] = static_cast<uint8_t>(depth << 4 | (present ? status[3] & 0x0F : 0));
     if (!present || in_reset(RESET_AUDIO)) {
         registers_[REG_AUDIO] = 0;
         return;
@@ -386,7 +375,6 @@ void ReceiverChip::show_audio()
     const bool layout_1 = sound_.kind != AudioKind::Hbr && sound_.is_layout_1();
     registers_[REG_AUDIO] = static_cast<uint8_t>(KINDS[static_cast<size_t>(sound_.kind)] |
                                                  (layout_1 ? AUDIO_LAYOUT_1 : 0) | sound_.lines());
-    const auto status = sound_.channel_status();
     std::copy_n(status.begin(), 3, &registers_[REG_CHANNEL_STATUS]);
     registers_[REG_CHANNEL_STATUS + 3] = static_cast<uint8_t>(status[4] << 4 | (status[3] >> 4 & 0x03));
 }
@@ -432,7 +420,7 @@ std::optional<ReceiverChip::Measured> ReceiverChip::measured() const
 {
     if (!measured_) return std::nullopt;
     const bool interlaced = (registers_[REG_TIMING] & 0x02) != 0;
-    const Format& f = signal()->format;
+    const Format& f = picture_.format;
     return Measured{hdmi_, f.h_active, interlaced ? f.v_active * 2u : f.v_active, interlaced};
 }
 

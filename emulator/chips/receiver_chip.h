@@ -3,8 +3,10 @@
  * The HDMI receiver chip: status, measured timing, received packets and sound of the source on the selected port.
  *
  * It locks to a picture that arrives, then measures it for two fields; only then do its timing registers, its stable
- * bits and the received frames move. They hold what they had when the picture goes. Events are latched in the interrupt
- * status registers whether or not a mask lets them to the interrupt pin, which nothing on this board is wired to.
+ * bits and the received frames move. They hold what they had when the picture goes. Counts of a source that jitters
+ * differ from look to look; its own comparison for a mode change is coarser than that. Info frames are stored as they
+ * come, whatever their checksums say. Events are latched in the interrupt status registers whether or not a mask lets
+ * them to the interrupt pin, which nothing on this board is wired to.
  */
 #pragma once
 
@@ -100,10 +102,9 @@ private:
 
     static uint8_t fault_bits(Fault fault);
     bool in_reset(uint8_t bits) const { return (registers_[rx::REG_RESET] & bits) != 0; }
-    const Signal* signal() const
-    {
-        return selected_ < 0 ? nullptr : &sources_[static_cast<size_t>(selected_)]->signal();
-    }
+    /** At the selected port; nullptr when none is. */
+    const Source* source() const { return selected_ < 0 ? nullptr : sources_[static_cast<size_t>(selected_)]; }
+    const Signal* signal() const { return selected_ < 0 ? nullptr : &source()->signal(); }
     bool picture_arrives() const;
 
     uint8_t held(uint8_t reg) const;
@@ -118,7 +119,7 @@ private:
     void unlock();
     void start_measuring();
     void measure();
-    void show_timing(const Signal& signal);
+    void show_timing();
     void receive_packets(bool first);
     void receive_mute(bool muted);
     void receive_frames(bool first);
@@ -136,6 +137,8 @@ private:
     Micros lock_time_ = 10'000;
     Timeline::EventId lock_event_{}, measure_event_{};
     bool arriving_ = false, locked_ = false, measured_ = false, hdmi_ = false;
+    Signal picture_;                            ///< as it was measured last
+    Micros measured_at_ = 0;                    ///< when the first measurement of it was complete
     std::array<uint8_t, 12> measured_timing_{}; ///< the last picture's, the pixel clock not counted
     InfoFrame avi_, vendor_, audio_frame_;
     AudioSignal sound_;
