@@ -191,10 +191,17 @@ Json card_facts(const Card& card)
 {
     Json files = Json::array();
     for (const auto& [name, size] : card.files()) files.push_back({{"name", name}, {"bytes", size}});
-    return {{"in_slot", card.present()}, {"size_kb", card.size_kb()},
-            {"free_kb", card.free_kb()}, {"write_protected", card.write_protected()},
-            {"mounted", card.mounted()}, {"mounted_read_only", card.mounted_read_only()},
-            {"folder", card.folder()},   {"files", files}};
+    return {{"in_slot", card.present()},
+            {"size_kb", card.size_kb()},
+            {"free_kb", card.free_kb()},
+            {"write_protected", card.write_protected()},
+            {"mounted", card.mounted()},
+            {"mounted_read_only", card.mounted_read_only()},
+            {"slow_kb_s", card.trouble().slow_kb},
+            {"broken_at_kb", card.trouble().broken_at},
+            {"full_at_kb", card.trouble().full_at},
+            {"folder", card.folder()},
+            {"files", files}};
 }
 
 Json encoder_facts(Hardware& box)

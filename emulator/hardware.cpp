@@ -12,7 +12,7 @@ constexpr uint32_t BOARD_AUDIO_HZ = 48'000; // at the transmitter, whatever the 
 Hardware::Hardware(const BoxOptions& options)
     : root_(options.root), i2c_(time_), sources_{Source(time_, 0), Source(time_, 1)},
       receiver_(time_, sources_[0], sources_[1]), transmitter_(time_), board_(time_), edid_rom_(time_, i2c_),
-      capture_(i2c_, time_), nvram_(root_), card_(root_), encoder_(root_, time_, options.encoder)
+      capture_(i2c_, time_), nvram_(root_), card_(root_), encoder_(root_, time_, card_, options.encoder)
 {
     i2c_.attach(i2c_address::RECEIVER, receiver_);
     i2c_.attach(i2c_address::TRANSMITTER, transmitter_);
@@ -39,6 +39,7 @@ void Hardware::wire_board()
     for (Source& source : sources_) source.listen([this](Source::Change) { show_input(); });
     receiver_.on_output([this] { feed_output(); });
     card_.on_removal([this] { encoder_.lose_card(); });
+    card_.on_trouble([this] { encoder_.watch_card(); });
 }
 
 void Hardware::show_input()
@@ -58,8 +59,19 @@ void Hardware::feed_output()
                             .audio_rate_hz = output.sound ? BOARD_AUDIO_HZ : 0});
 }
 
+void Hardware::power_cycle()
+{
+    for (RegisterFile* chip :
+         std::initializer_list<RegisterFile*>{&board_, &receiver_, &transmitter_, &transmitter_companion_})
+        chip->power_on();
+    capture_.power_on();
+    nvram_.power_cut();
+}
+
 void Hardware::add_commands()
 {
+    commands_.add_action("power-cycle", "  switch the box off and on: its chips forget what they were told",
+                         [this] { power_cycle(); });
     add_board_commands(commands_, board_);
     add_source_commands(commands_, sources_[0], sources_[1]);
     add_receiver_commands(commands_, receiver_);

@@ -52,6 +52,13 @@ public:
     void close(int handle);
     /** @} */
 
+    /**
+     * Switch the box off and on: every chip has its power-on values, the capture driver and nvram's memory are new. The
+     * EDID ROM, nvram's flash, the root file system, the card and what is plugged in stay; a daemon does not notice by
+     * itself that it should have ended.
+     */
+    void power_cycle();
+
     /** Run one command line. */
     Reply command(std::string_view line, const Caller& caller = {}) const { return commands_.run(line, caller); }
 

@@ -19,6 +19,9 @@ public:
     /** @param map outlives the chip */
     explicit RegisterFile(const RegisterMap& map) : registers_(map.reset()), map_(map) {}
 
+    /** All registers as the power leaves them when it comes, whatever was written. */
+    virtual void power_on() { registers_ = map_.reset(); }
+
     int write(std::span<const uint8_t> bytes) override
     {
         if (bytes.empty()) return 0;

@@ -60,6 +60,8 @@ void add_board_commands(CommandTable& commands, BoardController& board)
 {
     commands.add("key", "record|stop|low|high|port0|port1|power|CODE   press a key of the remote",
                  [&board](Args& args) { return key_command(board, args); });
+    commands.add_action("board brown-out", "  the board controller loses its registers, and so its switches and LEDs",
+                        [&board] { board.power_on(); });
     commands.add_show("leds", [&board] { return describe_leds(board); });
     commands.add_show("port", [&board] { return describe_port(board); });
 }

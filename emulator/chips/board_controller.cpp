@@ -38,6 +38,13 @@ constexpr size_t HISTORY_SIZE = 256;
 
 BoardController::BoardController(const Timeline& time) : RegisterFile(MAP), time_(time) {}
 
+void BoardController::power_on()
+{
+    for (int group = 0; group < LED_GROUPS; ++group) light(group, 0);
+    RegisterFile::power_on();
+    if (control_changed_) control_changed_();
+}
+
 void BoardController::press(uint8_t code)
 {
     if (code_waiting()) ++lost_codes_;

@@ -33,6 +33,8 @@ public:
 
     explicit BoardController(const Timeline& time);
 
+    /** As after power-on: port 0, output off, ROM with the sources, LEDs dark, no code. A brown-out does no less. */
+    void power_on() override;
     /** The remote: a code arrives; one that was not read yet is replaced and lost. */
     void press(uint8_t code);
     /** Codes that were replaced before anyone read them. */

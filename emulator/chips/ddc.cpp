@@ -14,6 +14,14 @@ constexpr size_t FIFO_DEPTH = 32;
 
 } // namespace
 
+void DdcMaster::power_on()
+{
+    time_.cancel(running_);
+    registers_ = {};
+    fifo_.clear();
+    end(DDC_DONE);
+}
+
 uint8_t DdcMaster::peek(uint8_t reg) const
 {
     if (reg == REG_DDC_STATUS) return status_;

@@ -51,6 +51,8 @@ public:
     void make_trouble(const DdcTrouble& trouble) { trouble_ = trouble; }
     /** Time of a transaction that reads one byte from segment 0; default 400 us: four bytes on the wire at 100 kHz. */
     void set_read_time(Micros time) { read_time_ = time; }
+    /** Idle, its FIFO empty. What is wrong with the display's side stays. */
+    void power_on();
     /** Hang the bus now; a transaction that runs does not end. */
     void hang();
 

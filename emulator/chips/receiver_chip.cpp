@@ -59,6 +59,20 @@ ReceiverChip::ReceiverChip(Timeline& time, Source& port0, Source& port1)
     update_link();
 }
 
+void ReceiverChip::power_on()
+{
+    unlock();
+    time_.cancel(lock_event_);
+    RegisterFile::power_on();
+    second_bank_ = {};
+    measured_timing_ = {};
+    avi_ = vendor_ = audio_frame_ = {};
+    arriving_ = hdmi_ = powered_ = false;
+    for (Source* source : sources_) source->set_terminated(true);
+    update_power();
+    update_link();
+}
+
 // --- the bus
 // -----------------------------------------------------------------------------------------------------------
 

@@ -31,6 +31,9 @@ public:
     ReceiverChip(const ReceiverChip&) = delete;
     ReceiverChip& operator=(const ReceiverChip&) = delete;
 
+    /** As after power-on: outputs off, terminators on, nothing received; it begins to look for a picture anew. */
+    void power_on() override;
+
     int read(std::span<const uint8_t> address, std::span<uint8_t> out) override;
 
     /** @name The board and the world.

@@ -76,6 +76,15 @@ TransmitterChip::TransmitterChip(Timeline& time)
 {
 }
 
+void TransmitterChip::power_on()
+{
+    RegisterFile::power_on();
+    bank1_ = MAP_1.reset();
+    ddc_.power_on();
+    lock_ = Lock::Closed;
+    audio_overflown_ = false;
+}
+
 void TransmitterChip::plug(Display display)
 {
     display_ = std::move(display);

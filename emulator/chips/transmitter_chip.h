@@ -29,6 +29,9 @@ public:
     TransmitterChip(const TransmitterChip&) = delete;
     TransmitterChip& operator=(const TransmitterChip&) = delete;
 
+    /** As after power-on: held in reset, powered down, locked, all interrupts masked. The display stays plugged in. */
+    void power_on() override;
+
     /** @name The world
      * @{ */
     /** The board's enable line: without it the display sees no signal. */

@@ -95,7 +95,17 @@ int check_memory(uint32_t address, uint64_t size)
 
 CaptureDiagnostics::CaptureDiagnostics(const Timeline& time) : time_(time)
 {
+    power_on();
+}
+
+void CaptureDiagnostics::power_on()
+{
+    std::ranges::fill(memory_, 0);
+    registers_.clear();
+    debug_levels_.clear();
+    gpios_ = {};
     for (size_t i = 0; i < PROPERTIES; ++i) properties_[i] = PROPERTY_RULES[i].initial;
+    video_source_ = front_end_ = 0;
 }
 
 int CaptureDiagnostics::request(uint32_t code, void* record)

@@ -31,6 +31,9 @@ public:
      */
     int request(uint32_t code, void* record);
 
+    /** Memory, registers and settings as after power-on; faults stay. */
+    void power_on();
+
     /** @name Faults of the memory. All words keep what they hold; a fault shows on the way.
      * @{ */
     /** A data line that sticks at a level, in both directions. */

@@ -33,6 +33,9 @@ public:
     /** Requests as of Box::request(). */
     int request(int node, uint32_t code, void* record);
 
+    /** The driver as its module's loading leaves it; nodes and faults of the hardware stay. */
+    void power_on() { diagnostics_.power_on(); }
+
     CaptureDiagnostics& diagnostics() { return diagnostics_; }
 
 private:

@@ -66,6 +66,9 @@ void add_nvram_commands(CommandTable& commands, NvramDevice& nvram)
     commands.add("nvram refuse", "get|set|empty|commit|load|load-file|list|all|none   refuse only these requests",
                  [&nvram](Args& args) { return refuse_command(nvram, args); });
     commands.add_action("nvram power-cut", "  lose what was not committed", [&nvram] { nvram.power_cut(); });
+    commands.add_number(
+        "nvram cut-commit", "BYTES   the power fails when the next commit has written so many bytes of the flash",
+        {"bytes", 0, 16384}, [&nvram](long long bytes) { nvram.cut_next_commit(static_cast<size_t>(bytes)); });
     commands.add_show("nvram", [&nvram] { return describe_nvram(nvram); });
 }
 

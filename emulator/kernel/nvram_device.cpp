@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstring>
 #include <system_error>
+#include <utility>
 
 namespace emu {
 
@@ -91,10 +92,15 @@ int NvramDevice::load_file(const char* record)
 
 int NvramDevice::commit()
 {
+    const auto cut_at = std::exchange(cut_at_, std::nullopt);
     try {
-        root_.write(FLASH_FILE, as_text(store_));
+        root_.write(FLASH_FILE, as_text(store_).substr(0, cut_at.value_or(std::string::npos)));
     } catch (const std::system_error& error) { // the flash is a file on this machine's disk, which may be full
         return -error.code().value();
+    }
+    if (cut_at) {
+        power_cut();
+        return -EIO;
     }
     ++commits_;
     return 0;

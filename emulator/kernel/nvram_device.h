@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -45,6 +46,12 @@ public:
 
     /** The power fails: memory is lost, flash stays. */
     void power_cut() { store_.clear(); }
+    /**
+     * Let the power fail within the next commit, when it has written so many bytes of its text over the erased
+     * partition. The device has no checksum of its own: lines that are whole count at the next start, and a value that
+     * was cut is a shorter one.
+     */
+    void cut_next_commit(size_t bytes) { cut_at_ = bytes; }
     /** Put an entry into memory, or into flash past the device. */
     void set(const std::string& name, const std::string& value) { store_[name] = value; }
     void set_flash(const std::string& name, const std::string& value);
@@ -67,10 +74,11 @@ private:
     std::string list_output_;
     unsigned refused_ = 0;
     uint64_t commits_ = 0;
+    std::optional<size_t> cut_at_;
     bool present_ = true;
 };
 
-/** Add "nvram set|flash|missing|refuse|power-cut" and the section "nvram". */
+/** Add "nvram set|flash|missing|refuse|power-cut|cut-commit" and the section "nvram". */
 void add_nvram_commands(CommandTable& commands, NvramDevice& nvram);
 
 } // namespace emu

@@ -87,6 +87,12 @@ void Card::remove()
     write_partitions();
 }
 
+void Card::set_trouble(const CardTrouble& trouble)
+{
+    trouble_ = trouble;
+    if (troubled_) troubled_();
+}
+
 bool Card::present() const
 {
     return root_.exists(DEVICE);

@@ -23,6 +23,14 @@ namespace emu {
 
 class CommandTable;
 
+/** What is wrong with a card's memory: how the encoder's writes go. 0 stands for nothing wrong. */
+struct CardTrouble {
+    uint64_t slow_kb = 0;   ///< kB that it takes in a second
+    uint64_t broken_at = 0; ///< kB of a file behind which a write ends with an error
+    uint64_t full_at = 0;   ///< kB of all files behind which it is full, whatever it says of its free space
+    bool operator==(const CardTrouble&) const = default;
+};
+
 class Card {
 public:
     static constexpr uint64_t DEFAULT_SIZE_KB = 31'166'976; ///< a "32 GB" card
@@ -48,6 +56,12 @@ public:
     void turn_read_only();
     /** Refuse the next umounts as busy; 0 lets the next one succeed. */
     void set_busy(unsigned umounts);
+
+    /** How the card's memory fails the encoder. Files that are made by commands, and small ones, pass. */
+    void set_trouble(const CardTrouble& trouble);
+    const CardTrouble& trouble() const { return trouble_; }
+    /** Have a function called whenever that changes. */
+    void on_trouble(std::function<void()> changed) { troubled_ = std::move(changed); }
 
     /** Whether the list of mounts has the card, and how. A card that was pulled is still in it. */
     bool mounted() const;
@@ -85,8 +99,9 @@ private:
     std::string mount_line() const;
 
     const RootFs& root_;
-    std::function<void()> leaving_;
+    std::function<void()> leaving_, troubled_;
     uint64_t size_kb_ = DEFAULT_SIZE_KB;
+    CardTrouble trouble_;
 };
 
 /** Add "card ..." and the section "card". */

@@ -11,6 +11,9 @@ std::string describe_card(const Card& card)
     std::string text = card.present() ? "in the slot" : "not in the slot";
     text += ", " + std::to_string(card.size_kb()) + " kB, " + std::to_string(card.free_kb()) + " kB free";
     if (card.write_protected()) text += ", write-protected";
+    if (card.trouble().slow_kb != 0) text += ", slow: " + std::to_string(card.trouble().slow_kb) + " kB/s";
+    if (card.trouble().broken_at != 0) text += ", errors behind " + std::to_string(card.trouble().broken_at) + " kB";
+    if (card.trouble().full_at != 0) text += ", full at " + std::to_string(card.trouble().full_at) + " kB";
     if (card.mounted()) text += card.mounted_read_only() ? ", mounted read-only" : ", mounted";
     text += "\n";
     for (const auto& [name, size] : card.files()) text += name + "  " + std::to_string(size) + " bytes\n";
@@ -47,6 +50,29 @@ Reply busy_command(Card& card, Args& args)
     args.end();
     card.set_busy(umounts);
     return {};
+}
+
+void add_trouble_commands(CommandTable& commands, Card& card)
+{
+    static constexpr struct {
+        const char *name, *usage;
+        uint64_t CardTrouble::*value;
+    } TROUBLES[] = {
+        {"card slow", "KB|off   take no more kB of a recording in a second", &CardTrouble::slow_kb},
+        {"card error", "KB|off   end the encoder's writes with an error behind so many kB of a file",
+         &CardTrouble::broken_at},
+        {"card full", "KB|off   be full with so many kB of files, whatever the card says of its free space",
+         &CardTrouble::full_at},
+    };
+    for (const auto& row : TROUBLES)
+        commands.add(row.name, row.usage, [&card, value = row.value](Args& args) {
+            const auto kb = args.optional("off") ? 0 : args.number("kB or off", 1, SIZE_LIMIT_KB);
+            args.end();
+            CardTrouble trouble = card.trouble();
+            trouble.*value = static_cast<uint64_t>(kb);
+            card.set_trouble(trouble);
+            return Reply{};
+        });
 }
 
 void add_slot_commands(CommandTable& commands, Card& card)
@@ -99,6 +125,7 @@ void add_file_commands(CommandTable& commands, Card& card)
 
 void add_card_commands(CommandTable& commands, Card& card)
 {
+    add_trouble_commands(commands, card);
     add_slot_commands(commands, card);
     add_file_commands(commands, card);
     commands.add_show("card", [&card] { return describe_card(card); });

@@ -25,7 +25,7 @@ constexpr std::string_view SCRIPT_PUT_ASIDE = "/kxbin/enc.sh.missing";
 constexpr std::string_view LOG = "/run/encoder/log";
 constexpr std::string_view BEHAVIOUR = "/run/encoder/behaviour";
 constexpr std::string_view WRITING = "/run/encoder/writing"; // the script's pid while its file is open
-constexpr std::string_view HOLD = "/run/encoder/hold"; // while it is there the script waits at its beginning
+constexpr std::string_view HOLD = "/run/encoder/hold";       // while it is there the script waits at its beginning
 constexpr std::string_view KIND = "/run/encoder/kind";
 constexpr std::string_view INPUT = "/run/encoder/input"; // port and format of what is recorded
 
@@ -102,7 +102,8 @@ void wait_for_end(pid_t pid)
 
 } // namespace
 
-Encoder::Encoder(const RootFs& root, const Timeline& time, EncoderKind kind) : root_(root), time_(time), kind_(kind)
+Encoder::Encoder(const RootFs& root, Timeline& time, const Card& card, EncoderKind kind)
+    : root_(root), time_(time), card_(card), kind_(kind)
 {
     set_missing(false);
     root_.make_empty("/run/encoder");
@@ -143,10 +144,11 @@ void Encoder::take_line(const std::string& line)
         words >> said.writer >> said.width >> said.height >> said.frame_rate >> said.sample_rate >> said.channels >>
             said.bit_rate;
         std::getline(words >> std::ws, said.file);
-        said.start = time_.now();
+        said.start = said.written_until = time_.now();
         recording_ = said;
         ++recordings_;
         starting_ = false;
+        watch_card();
     } else if (what == "ended") {
         grow();
         if (recording_ && recording_->pid == said.pid) recording_.reset();
@@ -156,16 +158,65 @@ void Encoder::take_line(const std::string& line)
     }
 }
 
+/** Bytes that the card takes of the file that is written. */
+uint64_t Encoder::room() const
+{
+    const CardTrouble& trouble = card_.trouble();
+    uint64_t room = FILE_LIMIT;
+    if (trouble.broken_at != 0) room = std::min(room, trouble.broken_at * 1024);
+    struct stat file {};
+    if (trouble.full_at == 0 || ::stat(recording_->file.c_str(), &file) != 0) return room;
+    const uint64_t others = card_.used_kb() * 1024 - std::min(card_.used_kb() * 1024, uint64_t(file.st_size));
+    return std::min(room, trouble.full_at * 1024 - std::min(trouble.full_at * 1024, others));
+}
+
+void Encoder::grow_within(uint64_t room)
+{
+    Recording& now = *recording_;
+    const uint64_t rate = rate_override_ != 0 ? rate_override_ : now.bit_rate;
+    const auto seconds = [this](Micros since) { return static_cast<double>(time_.now() - since) / 1e6; };
+    double bytes = static_cast<double>(rate) / 8 * seconds(now.start);
+    if (const uint64_t slow_kb = card_.trouble().slow_kb; slow_kb != 0)
+        bytes = std::min(bytes, now.bytes + static_cast<double>(slow_kb) * 1024 * seconds(now.written_until));
+    now.bytes = std::max(now.bytes, bytes);
+    now.written_until = time_.now();
+    const auto size = static_cast<off_t>(std::min(now.bytes, static_cast<double>(room)));
+    struct stat file {};
+    if (::stat(now.file.c_str(), &file) != 0 || size <= file.st_size) return;
+    // A file that has been removed since stays removed; any other failure shows as a file that does not grow.
+    if (::truncate(now.file.c_str(), size) != 0) return;
+}
+
 void Encoder::grow()
 {
-    if (!recording_ || kind_ != EncoderKind::Bookkeeping) return;
-    const uint64_t rate = rate_override_ != 0 ? rate_override_ : recording_->bit_rate;
-    const double bytes = static_cast<double>(rate) / 8 * (static_cast<double>(time_.now() - recording_->start) / 1e6);
-    const auto size = static_cast<off_t>(std::min(bytes, static_cast<double>(FILE_LIMIT)));
-    struct stat now {};
-    if (::stat(recording_->file.c_str(), &now) != 0 || size <= now.st_size) return;
-    // A file that has been removed since stays removed; any other failure shows as a file that does not grow.
-    if (::truncate(recording_->file.c_str(), size) != 0) return;
+    if (!recording_) return;
+    const uint64_t room = this->room();
+    if (kind_ == EncoderKind::Bookkeeping) grow_within(room);
+    struct stat file {};
+    const bool there = ::stat(recording_->file.c_str(), &file) == 0;
+    if (room < FILE_LIMIT && there && static_cast<uint64_t>(file.st_size) >= room) fail_write();
+}
+
+/** The script ends as if its writer had: with an error, whatever it is to do when it is told to stop. */
+void Encoder::fail_write()
+{
+    const pid_t script = recording_->pid;
+    if (!runs(script)) return;
+    ::kill(script, SIGHUP);
+    wait_for_end(script);
+    recording_.reset();
+}
+
+/** A write fails when it is made, not when somebody looks. */
+void Encoder::watch_card()
+{
+    constexpr Micros LOOK = 100'000;
+    time_.cancel(watch_);
+    if (card_.trouble() == CardTrouble{} || !recording_) return;
+    watch_ = time_.after(LOOK, [this] {
+        catch_up();
+        watch_card();
+    });
 }
 
 /** How far a script gets before the daemon looks is a matter of the PC's load: in virtual time it has not begun yet. */

@@ -7,12 +7,16 @@
  * lets it grow with its own clock, at the configuration's bit rates: catch_up() brings the size up to date, so it must
  * be called before anyone looks at the file. The file has a size but no data.
  *
+ * A card that takes less, or nothing more, shows in the file's size; a write that fails ends the script with an error,
+ * as real encoders end, and leaves what was written. How slow a card is, counts with Bookkeeping only.
+ *
  * settle() and die() wait in real time for another process; no other call waits.
  */
 #pragma once
 
 #include "emulator/base/timeline.h"
 #include "emulator/kernel/rootfs.h"
+#include "emulator/world/card.h"
 
 #include <cstdint>
 #include <optional>
@@ -35,11 +39,14 @@ struct Recording {
     uint64_t bit_rate = 0; ///< of picture and sound together, bit/s
     std::string file;      ///< path on this machine
     Micros start = 0;
+    double bytes = 0;         ///< with Bookkeeping: that were written
+    Micros written_until = 0; ///< when they were
 };
 
 class Encoder {
 public:
-    Encoder(const RootFs& root, const Timeline& time, EncoderKind kind);
+    /** All outlive the encoder. */
+    Encoder(const RootFs& root, Timeline& time, const Card& card, EncoderKind kind);
     ~Encoder();
     Encoder(const Encoder&) = delete;
     Encoder& operator=(const Encoder&) = delete;
@@ -76,6 +83,8 @@ public:
     void show_input(int port, std::string_view format);
     /** The card leaves the slot: what is still to be written is lost. The script does not notice. */
     void lose_card();
+    /** From now on the card fails writes: look after them while a recording runs. */
+    void watch_card();
 
     /** Whether the script is there to be started. */
     bool script_there() const;
@@ -89,9 +98,13 @@ private:
     void take_line(const std::string& line);
     void notice_death();
     void grow();
+    void grow_within(uint64_t room);
+    uint64_t room() const;
+    void fail_write();
 
     const RootFs& root_;
-    const Timeline& time_;
+    Timeline& time_;
+    const Card& card_;
     EncoderKind kind_;
     int log_ = -1;
     off_t log_read_ = 0;
@@ -99,6 +112,7 @@ private:
     std::string input_;
     std::optional<Recording> recording_;
     uint64_t recordings_ = 0, rate_override_ = 0;
+    Timeline::EventId watch_{};
 };
 
 /** Add "encoder ..." and the section "encoder". */

@@ -160,6 +160,41 @@ TEST(Card, IsJudgedByItsOwnFreeSpaceOrByNone)
     }
 }
 
+// Catches: a recorder that goes on without its encoder, or is stuck, when the card fails in the middle of a file; a
+// slow card counting as a broken one.
+TEST(Card, ThatFailsInTheMiddleOfAFileEndsTheRecordingAndTheNextOneWorks)
+{
+    static constexpr struct {
+        const char *what, *trouble, *mend;
+        long at_least_kb, at_most_kb;
+        bool goes_on;
+    } rows[] = {
+        {"errors", "card error 2000", "card error off", 2000, 2000, false},
+        {"full earlier than it says", "card full 3000", "card full off", 500, 3000, false},
+        {"slow", "card slow 100", "card slow off", 500, 1100, true},
+    };
+    RecorderBox recorder;
+    recorder.usual_world();
+    recorder.start();
+    int number = 0;
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        tell(row.trouble);
+        recorder.press("record", 10s);
+        EXPECT_EQ(recorder.encoder_runs(), row.goes_on);
+        const std::string name = "0000" + std::to_string(++number) + ".00001.mp4";
+        EXPECT_GE(recorder.file_kb(name), row.at_least_kb);
+        EXPECT_LE(recorder.file_kb(name), row.at_most_kb);
+        EXPECT_EQ(RecorderBox::look(0, RECORDING_0) == '-', !row.goes_on);
+        tell(row.mend);
+        recorder.press("stop", 2s);
+    }
+    recorder.press("record", 5s);
+    EXPECT_TRUE(recorder.encoder_runs());
+    recorder.press("stop", 2s);
+    EXPECT_GT(recorder.file_kb("00004.00001.mp4"), 1000);
+}
+
 // Catches: too few or too many attempts, attempts without a pause, and a recorder that is stuck afterwards.
 TEST(Card, BusyAtUnmountIsTriedFourTimes)
 {

@@ -193,7 +193,8 @@ TEST(Encoder, FfmpegWritesWhatTheConfigurationAsksFor)
     const bench::Output quiet;
     const emu::RootFs root(bench::box().root().path() + "/second");
     emu::Timeline time;
-    emu::Encoder encoder(root, time, emu::EncoderKind::Ffmpeg);
+    const emu::Card card(root);
+    emu::Encoder encoder(root, time, card, emu::EncoderKind::Ffmpeg);
     const std::string text = root.read("/kxbin/low.cfg");
     root.write("/kxbin/low.cfg", text + "PictureResolution-InPicWidth 320\nPictureResolution-InPicHeight 180\n"
                                         "InputControl-OutFrameRate 25\nAudioControlParam-SampleRate 192k\n"

@@ -39,6 +39,27 @@ std::string get(const std::string& name)
     return result == 0 ? asked.value : "error " + std::to_string(-result);
 }
 
+// Catches: a cut that leaves the old or the new text whole, a commit that counts as made, a second cut out of one.
+TEST(NvramDevice, ACommitThatThePowerCutsLeavesWhatWasWritten)
+{
+    static constexpr struct {
+        int bytes;
+        const char *a, *b; // of "A=11\nB=22\n"
+    } rows[] = {{0, "", ""}, {2, "", ""}, {3, "1", ""}, {5, "11", ""}, {8, "11", "2"}, {9, "11", "22"}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.bytes);
+        ASSERT_EQ(nvram().request_value(LOAD, 1), 0);
+        ASSERT_EQ(set("A", "11") + set("B", "22"), 0);
+        bench::tell("nvram cut-commit " + std::to_string(row.bytes));
+        EXPECT_EQ(nvram().request_value(COMMIT, 1), -EIO);
+        EXPECT_TRUE(nvram().store().empty());
+        emu::NvramDevice::Store flash = nvram().flash();
+        EXPECT_EQ(flash["A"], row.a);
+        EXPECT_EQ(flash["B"], row.b);
+        EXPECT_EQ(nvram().request_value(COMMIT, 1), 0);
+    }
+}
+
 // Catches: a commit that is lost, a set that survives without one, a load that mixes old and new entries.
 TEST(NvramDevice, OnlyWhatWasCommittedSurvivesAPowerCut)
 {
