@@ -6,6 +6,7 @@
 #pragma once
 
 #include "emulator/world/display_limits.h"
+#include "emulator/world/display_sound.h"
 #include "emulator/world/edid_builder.h"
 
 #include <cstdint>
@@ -33,6 +34,11 @@ public:
     const EdidImage& edid() const { return edid_; }
     const DisplayAbilities& abilities() const { return abilities_; }
     const DisplayLimits& limits() const { return limits_; }
+    const AudioDescriptors& audio() const { return audio_; }
+
+    /** Send it to standby or wake it up: it keeps hot plug high and answers DDC, with its terminators off. */
+    void stand_by(bool on) { standby_ = on; }
+    bool standby() const { return standby_; }
 
     /** Whether its EDID memory knows the segment pointer: those with no more than two blocks have no use for it. */
     bool knows_segments() const { return plugged_ && edid_.size() > 2 * EDID_BLOCK; }
@@ -41,11 +47,12 @@ public:
     uint8_t edid_byte(size_t position) const { return position < edid_.size() ? edid_[position] : uint8_t{0xFF}; }
 
 private:
-    bool plugged_ = false;
+    bool plugged_ = false, standby_ = false;
     std::string name_;
     EdidImage edid_;
     DisplayAbilities abilities_;
     DisplayLimits limits_;
+    AudioDescriptors audio_;
 };
 
 } // namespace emu

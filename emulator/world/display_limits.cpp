@@ -1,5 +1,7 @@
 #include "emulator/world/display_limits.h"
 
+#include "emulator/world/edid_reader.h"
+
 #include <algorithm>
 #include <span>
 
@@ -7,9 +9,8 @@ namespace emu {
 
 namespace {
 
-using Block = std::span<const uint8_t, EDID_BLOCK>;
-
 constexpr size_t DESCRIPTOR = 18, FIRST_DESCRIPTOR = 54, DESCRIPTORS = 4;
+constexpr uint32_t SINGLE_LINK_DVI_KHZ = 165'000; // DVI 1.0
 
 /** Established timings (E-EDID 3.8): bits of bytes 35 to 37 from the highest down. */
 constexpr const char* ESTABLISHED[] = {"",
@@ -29,7 +30,7 @@ constexpr const char* ESTABLISHED[] = {"",
                                        "dmt-1024x768-75",
                                        "dmt-1280x1024-75"};
 
-void add_established(Block base, DisplayLimits& limits)
+void add_established(EdidBlock base, DisplayLimits& limits)
 {
     for (size_t bit = 0; bit < std::size(ESTABLISHED); ++bit) {
         if ((base[35 + bit / 8] >> (7 - bit % 8) & 1) == 0) continue;
@@ -38,7 +39,7 @@ void add_established(Block base, DisplayLimits& limits)
 }
 
 /** Standard timings (E-EDID 3.9): width in characters, aspect ratio and rate; the clock is not told. */
-void add_standard(Block base, DisplayLimits& limits)
+void add_standard(EdidBlock base, DisplayLimits& limits)
 {
     static constexpr unsigned ASPECT[][2] = {{16, 10}, {4, 3}, {5, 4}, {16, 9}};
     for (size_t at = 38; at < FIRST_DESCRIPTOR; at += 2) {
@@ -77,7 +78,7 @@ void take_range_limits(std::span<const uint8_t> d, DisplayLimits& limits)
     if (d[0] == 0 && d[1] == 0 && d[3] == 0xFD && d[9] != 0xFF) limits.max_clock_khz = d[9] * 10'000u;
 }
 
-void add_base(Block base, DisplayLimits& limits)
+void add_base(EdidBlock base, DisplayLimits& limits)
 {
     add_established(base, limits);
     add_standard(base, limits);
@@ -95,22 +96,54 @@ void add_vic(uint8_t code, DisplayLimits& limits)
         if (vic != 0 && (format.vic == vic || format.vic_wide == vic)) limits.timings.push_back(timing_of(format));
 }
 
-/** A CTA-861 extension: short video descriptors, HDMI's clock, detailed timings behind the data blocks. */
-void add_cta(Block extension, DisplayLimits& limits)
+/** What a display says of the link besides the base block's range. */
+struct Link {
+    bool hdmi = false;
+    uint32_t khz = 0; ///< fastest clock by HDMI's blocks, which count in 5 MHz; 0: they do not say
+};
+
+void add_link(const DataBlock& block, Link& link)
 {
-    const size_t end = std::min<size_t>(extension[2], EDID_BLOCK - 1);
-    for (size_t at = 4; at < end;) {
-        const size_t length = extension[at] & 0x1F, tag = extension[at] >> 5;
-        if (at + 1 + length > end) break;
-        const auto payload = std::span(extension).subspan(at + 1, length);
-        if (tag == 2)
-            for (const uint8_t code : payload) add_vic(code, limits);
-        const bool hdmi = tag == 3 && length >= 7 && payload[0] == 0x03 && payload[1] == 0x0C && payload[2] == 0x00;
-        if (hdmi && payload[6] != 0) limits.max_clock_khz = payload[6] * 5'000u;
-        at += 1 + length;
+    link.hdmi = link.hdmi || block.is_hdmi();
+    const size_t at = block.vendor() == OUI_HDMI ? 6 : block.vendor() == OUI_HDMI_FORUM ? 4 : EDID_BLOCK;
+    if (block.payload.size() > at) link.khz = std::max(link.khz, block.payload[at] * 5'000u);
+}
+
+/** A CTA-861 extension: short video descriptors, HDMI's clock, detailed timings behind the data blocks. */
+void add_cta(EdidBlock extension, DisplayLimits& limits, Link& link)
+{
+    for (const DataBlock& block : cta_data_blocks(extension)) {
+        if (block.tag == 2)
+            for (const uint8_t code : block.payload) add_vic(code, limits);
+        add_link(block, link);
     }
-    for (size_t at = std::max<size_t>(end, 4); at + DESCRIPTOR < EDID_BLOCK; at += DESCRIPTOR)
-        add_detailed(std::span(extension).subspan(at, DESCRIPTOR), limits);
+    if (extension[2] < 4) return;
+    for (size_t at = extension[2]; at + DESCRIPTOR < EDID_BLOCK; at += DESCRIPTOR)
+        add_detailed(extension.subspan(at, DESCRIPTOR), limits);
+}
+
+/** A detailed timing of DisplayID 1.3, type I; its figures are one less than what they count. */
+void add_display_id_timing(std::span<const uint8_t> d, DisplayLimits& limits)
+{
+    const auto figure = [&d](size_t at) { return 1u + (d[at] | static_cast<unsigned>(d[at + 1]) << 8); };
+    const uint32_t clock = 10 * (figure(0) + (static_cast<uint32_t>(d[2]) << 16));
+    const bool interlaced = (d[3] & 0x10) != 0;
+    const unsigned width = figure(4), lines = figure(12);
+    const double total = (width + figure(6)) * (lines + figure(14) + (interlaced ? 0.5 : 0));
+    limits.timings.push_back({.clock_khz = clock,
+                              .width = static_cast<uint16_t>(width),
+                              .height = static_cast<uint16_t>(interlaced ? 2 * lines : lines),
+                              .interlaced = interlaced,
+                              .rate_hz = 1000.0 * clock / total});
+}
+
+void add_display_id(EdidBlock extension, DisplayLimits& limits)
+{
+    constexpr uint8_t detailed = 0x03;
+    constexpr size_t size = 20;
+    for (const DataBlock& block : display_id_data_blocks(extension))
+        for (size_t at = 0; block.tag == detailed && at + size <= block.payload.size(); at += size)
+            add_display_id_timing(block.payload.subspan(at, size), limits);
 }
 
 } // namespace
@@ -122,15 +155,15 @@ bool DisplayLimits::lists(const PictureTiming& timing) const
 
 DisplayLimits read_limits(const EdidImage& edid)
 {
-    constexpr uint8_t header[] = {0x00, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x00};
     DisplayLimits limits;
-    if (edid.size() < EDID_BLOCK || !std::equal(std::begin(header), std::end(header), edid.begin())) return limits;
-    const std::span<const uint8_t> bytes(edid);
-    add_base(bytes.first<EDID_BLOCK>(), limits);
-    for (size_t block = 1; (block + 1) * EDID_BLOCK <= edid.size(); ++block) {
-        const Block extension = bytes.subspan(block * EDID_BLOCK).first<EDID_BLOCK>();
-        if (extension[0] == 0x02 && extension[1] >= 3 && edid_checksum_right(edid, block)) add_cta(extension, limits);
-    }
+    if (!has_edid_header(edid)) return limits;
+    add_base(std::span(edid).first<EDID_BLOCK>(), limits);
+    Link link;
+    for (const EdidBlock extension : extensions_of(edid, TAG_CTA)) add_cta(extension, limits, link);
+    for (const EdidBlock extension : extensions_of(edid, TAG_DISPLAY_ID)) add_display_id(extension, limits);
+    if (link.khz != 0) limits.max_clock_khz = link.khz;
+    if (!link.hdmi && (limits.max_clock_khz == 0 || limits.max_clock_khz > SINGLE_LINK_DVI_KHZ))
+        limits.max_clock_khz = SINGLE_LINK_DVI_KHZ;
     return limits;
 }
 

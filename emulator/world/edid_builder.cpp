@@ -177,24 +177,32 @@ EdidBytes cta_speakers(uint8_t allocation)
 {
     return data_block(4, {allocation, 0, 0});
 }
+EdidBytes cta_extended(uint8_t tag, std::initializer_list<uint8_t> payload)
+{
+    return data_block(7, {tag}, payload);
+}
 EdidBytes cta_capability(uint8_t flags)
 {
-    return data_block(7, {0, flags});
+    return cta_extended(0, {flags});
 }
 EdidBytes cta_colorimetry(uint8_t spaces)
 {
-    return data_block(7, {5, spaces, 0});
+    return cta_extended(5, {spaces, 0});
 }
 
+EdidBytes cta_vendor(uint32_t oui, std::initializer_list<uint8_t> behind_oui)
+{
+    return data_block(3, {low(oui), low(oui >> 8), low(oui >> 16)}, behind_oui);
+}
 EdidBytes cta_hdmi(std::initializer_list<uint8_t> behind_oui)
 {
-    return data_block(3, {0x03, 0x0C, 0x00}, behind_oui); // 00-0C-03, least significant byte first
+    return cta_vendor(OUI_HDMI, behind_oui);
 }
 
 EdidImage edid_cta(uint8_t revision, uint8_t flags, std::initializer_list<EdidBytes> data_blocks,
                    std::initializer_list<EdidTiming> timings, uint16_t width_mm, uint16_t height_mm)
 {
-    EdidImage b{0x02, revision, 0, flags};
+    EdidImage b{TAG_CTA, revision, 0, flags};
     for (const EdidBytes& block : data_blocks) b.insert(b.end(), block.begin(), block.end());
     b[2] = low(static_cast<unsigned>(b.size()));
     size_t at = b.size();
@@ -220,7 +228,7 @@ EdidImage edid_block_map(std::initializer_list<uint8_t> tags)
 EdidImage edid_timing_extension(std::initializer_list<EdidTiming> timings, uint16_t width_mm, uint16_t height_mm)
 {
     EdidImage b(EDID_BLOCK, 0);
-    b[0] = 0x10;
+    b[0] = TAG_VIDEO_TIMINGS;
     b[1] = 1; // version
     b[2] = low(static_cast<unsigned>(timings.size()));
     size_t at = 5; // behind the counts of the other two kinds of timing
@@ -228,6 +236,46 @@ EdidImage edid_timing_extension(std::initializer_list<EdidTiming> timings, uint1
         put_timing(&b[at], timing, width_mm, height_mm);
         at += DESCRIPTOR;
     }
+    edid_fix_checksum(b, 0);
+    return b;
+}
+
+EdidImage edid_display_id(const EdidTiming& native, uint16_t product, uint16_t width_mm, uint16_t height_mm)
+{
+    constexpr uint8_t version_1_2 = 0x12, monitor = 3;
+    constexpr size_t sum_at = EDID_BLOCK - 2; // the section fills the extension
+    EdidImage b{TAG_DISPLAY_ID, version_1_2, sum_at - 5, monitor, 0};
+    const auto put = [&b](unsigned figure) { b.insert(b.end(), {low(figure), low(figure >> 8)}); };
+    const auto put_less = [&put](unsigned figure, bool positive = false) {
+        put((figure - 1) | (positive ? 0x8000u : 0u));
+    };
+    b.insert(b.end(), {0x00, 0, 12, 'E', 'M', 'U'}); // product identification
+    put(product);
+    b.insert(b.end(), {0, 0, 0, 0, 10, 14, 0}); // serial number, week, year from 2000 on, no name
+    b.insert(b.end(), {0x01, 0, 12});           // display parameters
+    put(10u * width_mm);
+    put(10u * height_mm);
+    put(native.h_active);
+    put(native.v_active);
+    constexpr uint8_t gamma_2_2 = 120, eight_bits = 0x77;
+    b.insert(b.end(), {0, gamma_2_2, low(100u * native.h_active / native.v_active - 100), eight_bits});
+    constexpr uint8_t hdmi_socket = 0x71, eight_bits_each = 0x02;
+    b.insert(b.end(), {0x0F, 0, 10, hdmi_socket, 0x13, eight_bits_each, eight_bits_each, eight_bits_each});
+    b.insert(b.end(), 5, 0);                         // neither content protection nor spread spectrum
+    constexpr uint8_t preferred = 0x80, wide = 0x06; // picture of 16:10
+    b.insert(b.end(), {0x03, 0, 20});                // detailed timing, type I
+    put_less(native.clock_khz / 10);
+    b.insert(b.end(), {0, preferred | wide});
+    put_less(native.h_active);
+    put_less(native.h_blank);
+    put_less(native.h_front, native.h_positive);
+    put_less(native.h_sync);
+    put_less(native.v_active);
+    put_less(native.v_blank);
+    put_less(native.v_front, native.v_positive);
+    put_less(native.v_sync);
+    b.resize(EDID_BLOCK, 0);
+    b[sum_at] = low(0u - std::accumulate(b.begin() + 1, b.begin() + sum_at, 0u));
     edid_fix_checksum(b, 0);
     return b;
 }

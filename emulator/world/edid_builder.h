@@ -17,6 +17,11 @@ using EdidBytes = std::vector<uint8_t>;
 
 constexpr size_t EDID_BLOCK = 128;
 
+constexpr uint8_t TAG_CTA = 0x02, TAG_VIDEO_TIMINGS = 0x10, TAG_DISPLAY_ID = 0x70; ///< of extensions
+
+/** Identifiers of vendor blocks (IEEE), most significant byte first: HDMI 1.4's and the HDMI Forum's. */
+constexpr uint32_t OUI_HDMI = 0x000C03, OUI_HDMI_FORUM = 0xC45DD8;
+
 /** A video timing as a detailed timing descriptor holds it; vertical figures of an interlaced one are per field. */
 struct EdidTiming {
     uint32_t clock_khz;
@@ -48,6 +53,8 @@ EdidBytes cta_video(std::initializer_list<uint8_t> vics); ///< bit 7 marks a nat
 EdidBytes cta_audio(std::initializer_list<uint8_t> descriptors);
 EdidBytes cta_speakers(uint8_t allocation);
 EdidBytes cta_hdmi(std::initializer_list<uint8_t> behind_oui);
+EdidBytes cta_vendor(uint32_t oui, std::initializer_list<uint8_t> behind_oui);
+EdidBytes cta_extended(uint8_t tag, std::initializer_list<uint8_t> payload); ///< a block with an extended tag
 EdidBytes cta_capability(uint8_t flags);
 EdidBytes cta_colorimetry(uint8_t spaces);
 /** @} */
@@ -61,6 +68,9 @@ EdidImage edid_block_map(std::initializer_list<uint8_t> tags);
 
 /** Video timing extension with detailed timings only. */
 EdidImage edid_timing_extension(std::initializer_list<EdidTiming> timings, uint16_t width_mm, uint16_t height_mm);
+
+/** DisplayID extension: a section of version 1.2 of a monitor on HDMI, with a timing that fills its picture. */
+EdidImage edid_display_id(const EdidTiming& native, uint16_t product, uint16_t width_mm, uint16_t height_mm);
 
 /** Put the right checksum into the last byte of a block. */
 void edid_fix_checksum(EdidImage& image, size_t block);

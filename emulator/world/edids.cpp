@@ -11,11 +11,13 @@ namespace {
 
 // Byte 3 of a CTA extension of revision 2 and later.
 constexpr uint8_t UNDERSCAN = 0x80, BASIC_AUDIO = 0x40, YUV444 = 0x20, YUV422 = 0x10;
-constexpr uint8_t NATIVE = 0x80; // of a video identification code
-constexpr uint8_t TAG_CTA = 0x02, TAG_TIMINGS = 0x10;
+constexpr uint8_t NATIVE = 0x80;                                                    // of a video identification code
 constexpr uint8_t RGB_RANGE_SELECTABLE = 0x4A, RGB_AND_YUV_RANGE_SELECTABLE = 0xCA; // always underscanned besides
 constexpr uint8_t XVYCC = 0x03;
-constexpr uint8_t FRONT_SPEAKERS = 0x01, SPEAKERS_5_1 = 0x0F;
+constexpr uint8_t FRONT_SPEAKERS = 0x01, SPEAKERS_5_1 = 0x0F, SPEAKERS_7_1 = 0x4F;
+constexpr uint8_t HDR_STATIC_METADATA = 6, VIDEO_420 = 14, CAPABILITY_420 = 15; // extended tags
+constexpr uint32_t OTHER_MAKER = 0x02E0A1;                                      // of the range for local use
+constexpr uint8_t VIC_2160P50 = 96, VIC_2160P60 = 97;
 
 EdidImage join(std::initializer_list<EdidImage> blocks)
 {
@@ -112,7 +114,7 @@ EdidImage two_cea()
 
 EdidImage five_blocks()
 {
-    return join({edid_base(tv_base("Emu Studio 32", 0x3201), 4), edid_block_map({TAG_CTA, TAG_CTA, TAG_TIMINGS}),
+    return join({edid_base(tv_base("Emu Studio 32", 0x3201), 4), edid_block_map({TAG_CTA, TAG_CTA, TAG_VIDEO_TIMINGS}),
                  hdmi_extension(), timings_extension(),
                  edid_timing_extension({edid_timing("dmt-1280x1024-60")}, 930, 520)});
 }
@@ -136,6 +138,150 @@ EdidImage projector()
                           {cta_video({4, 19, 16, 31, 3, 18, 2, 17, 1}), stereo_pcm(), cta_speakers(FRONT_SPEAKERS),
                            cta_hdmi({0x10, 0x00}), cta_capability(RGB_AND_YUV_RANGE_SELECTABLE)},
                           {edid_timing("720p60")})});
+}
+
+/** DVI's single link and a base block of the version before HDMI's. */
+EdidImage early_dvi()
+{
+    EdidImage image = edid_base({.name = "Emu Desk 20",
+                                 .product = 0x2001,
+                                 .width_cm = 41,
+                                 .height_cm = 31,
+                                 .established = {0x21, 0x08},
+                                 .preferred = edid_timing("dmt-1600x1200-60"),
+                                 .second = edid_timing("dmt-1280x1024-60"),
+                                 .h_low_khz = 30,
+                                 .h_high_khz = 92,
+                                 .max_clock_10mhz = 17},
+                                0);
+    image[19] = 2; // structure 1.2
+    edid_fix_checksum(image, 0);
+    return image;
+}
+
+/** The TV's extension with further vendor blocks around HDMI's. */
+EdidImage tv_with_vendors(std::string_view name, uint16_t product, const EdidBytes& before, const EdidBytes& behind)
+{
+    return join(
+        {edid_base(tv_base(name, product), 1),
+         edid_cta(3, UNDERSCAN | BASIC_AUDIO | YUV444 | YUV422,
+                  {cta_video({NATIVE | 16, 31, 4, 19, 3, 18, 2, 17, 1}), stereo_pcm(), cta_speakers(FRONT_SPEAKERS),
+                   before, cta_hdmi({0x10, 0x00, 0x38, 0x2D}), behind, cta_capability(RGB_AND_YUV_RANGE_SELECTABLE)},
+                  {edid_timing("1080i60")}, 930, 520)});
+}
+
+EdidTiming timing_2160p(uint32_t clock_khz)
+{
+    return {.clock_khz = clock_khz,
+            .h_active = 3840,
+            .h_blank = 560,
+            .h_front = 176,
+            .h_sync = 88,
+            .v_active = 2160,
+            .v_blank = 90,
+            .v_front = 8,
+            .v_sync = 10,
+            .h_positive = true,
+            .v_positive = true,
+            .interlaced = false};
+}
+
+EdidBase uhd_base(std::string_view name, uint16_t product, uint32_t clock_khz)
+{
+    EdidBase base = tv_base(name, product);
+    base.preferred = timing_2160p(clock_khz);
+    base.second = edid_timing("1080p60");
+    base.h_high_khz = 135;
+    base.max_clock_10mhz = static_cast<uint8_t>(clock_khz / 10'000 + 1);
+    return base;
+}
+
+/** 594 MHz over HDMI 2.0, in 4:2:0 as well, with high dynamic range. */
+EdidImage uhd()
+{
+    return join({edid_base(uhd_base("Emu UHD 65", 0x6502, 594'000), 1),
+                 edid_cta(3, UNDERSCAN | BASIC_AUDIO | YUV444 | YUV422,
+                          {cta_video({VIC_2160P60, VIC_2160P50, 16, 31, 4, 19, 3, 18, 2, 17, 1}), stereo_pcm(),
+                           cta_speakers(FRONT_SPEAKERS), cta_hdmi({0x10, 0x00, 0xB8, 0x3C}),
+                           cta_vendor(OUI_HDMI_FORUM, {0x01, 0x78, 0x80, 0x03}),
+                           cta_capability(RGB_AND_YUV_RANGE_SELECTABLE), cta_colorimetry(0xC3),
+                           cta_extended(HDR_STATIC_METADATA, {0x07, 0x01, 0x60}), cta_extended(CAPABILITY_420, {0x03})},
+                          {edid_timing("720p60")}, 930, 520)});
+}
+
+/** 297 MHz, which is enough for 2160p60 in 4:2:0 only. */
+EdidImage y420()
+{
+    EdidBase base = uhd_base("Emu UHD 49", 0x4902, 297'000);
+    base.v_low_hz = 24;
+    return join({edid_base(base, 1), edid_cta(3, UNDERSCAN | BASIC_AUDIO | YUV444 | YUV422,
+                                              {cta_video({16, 31, 4, 19, 3, 18, 2, 17, 1, 95, 94, 93}),
+                                               cta_extended(VIDEO_420, {VIC_2160P60, VIC_2160P50}), stereo_pcm(),
+                                               cta_speakers(FRONT_SPEAKERS), cta_hdmi({0x20, 0x00, 0x80, 0x3C}),
+                                               cta_vendor(OUI_HDMI_FORUM, {0x01, 0x00, 0x00, 0x00}),
+                                               cta_capability(RGB_AND_YUV_RANGE_SELECTABLE)},
+                                              {edid_timing("720p60")}, 930, 520)});
+}
+
+/** A 1080p monitor of high dynamic range with its data blocks in an order of its own: HDMI's comes first. */
+EdidImage hdr()
+{
+    return join({edid_base(tv_base("Emu HDR 27", 0x2702), 1),
+                 edid_cta(3, UNDERSCAN | BASIC_AUDIO | YUV444 | YUV422,
+                          {cta_hdmi({0x10, 0x00, 0xB8, 0x2D}), cta_extended(HDR_STATIC_METADATA, {0x0D, 0x01, 0x60}),
+                           cta_colorimetry(0xC0), cta_capability(RGB_AND_YUV_RANGE_SELECTABLE), stereo_pcm(),
+                           cta_speakers(FRONT_SPEAKERS), cta_video({NATIVE | 16, 31, 4, 19, 3, 18, 2, 17, 1})},
+                          {edid_timing("720p60")}, 930, 520)});
+}
+
+/** A monitor whose best timing stands in a DisplayID extension. */
+EdidImage display_id()
+{
+    EdidBase base = tv_base("Emu Wide 29", 0x2901);
+    base.width_cm = 64;
+    base.height_cm = 40;
+    return join({edid_base(base, 3), edid_block_map({TAG_CTA, TAG_DISPLAY_ID}),
+                 edid_cta(3, UNDERSCAN | BASIC_AUDIO | YUV444 | YUV422,
+                          {cta_video({16, 31, 4, 19, 3, 18, 2, 17, 1}), stereo_pcm(), cta_speakers(FRONT_SPEAKERS),
+                           cta_hdmi({0x10, 0x00}), cta_capability(RGB_AND_YUV_RANGE_SELECTABLE)},
+                          {}),
+                 edid_display_id(edid_timing("dmt-1680x1050-60rb"), 0x2901, 640, 400)});
+}
+
+/** Eight channels and 192 kHz, and the compressed kinds of discs. */
+EdidImage amplifier()
+{
+    return join({edid_base(tv_base("Emu Amp 7.1", 0x7101), 1),
+                 edid_cta(3, UNDERSCAN | BASIC_AUDIO | YUV444 | YUV422,
+                          {cta_video({NATIVE | 16, 31, 4, 19, 5, 20, 3, 18, 2, 17, 1}),
+                           cta_audio({0x09, 0x7F, 0x07, 0x0F, 0x7F, 0x07, 0x15, 0x07, 0x50, 0x3D, 0x1E, 0xC0, 0x5F,
+                                      0x7E, 0x01, 0x67, 0x54, 0x01}),
+                           cta_speakers(SPEAKERS_7_1), cta_hdmi({0x10, 0x00, 0x38, 0x2D}),
+                           cta_capability(RGB_AND_YUV_RANGE_SELECTABLE)},
+                          {edid_timing("1080i60")}, 930, 520)});
+}
+
+/** Sound, and no word of which: that is basic audio. */
+EdidImage basic_audio()
+{
+    return join(
+        {edid_base(tv_base("Emu Kitchen", 0x1502), 1),
+         edid_cta(3, UNDERSCAN | BASIC_AUDIO,
+                  {cta_video({NATIVE | 16, 4, 3, 2, 1}), cta_hdmi({0x10, 0x00}), cta_capability(RGB_RANGE_SELECTABLE)},
+                  {edid_timing("480p60")}, 930, 520)});
+}
+
+/** The capabilities belong into the first CTA extension, and what HDMI sources look for as well. */
+EdidImage late_hdmi()
+{
+    return join({edid_base(tv_base("Emu Wall 75", 0x7501), 3), edid_block_map({TAG_CTA, TAG_CTA}), timings_extension(),
+                 hdmi_extension()});
+}
+
+/** HDMI asks for base blocks of structure 1.3, and that one for a map in front of more than one extension. */
+EdidImage no_map()
+{
+    return join({edid_base(tv_base("Emu Wall 43", 0x4301), 2), hdmi_extension(), timings_extension()});
 }
 
 EdidImage bad_sum()
@@ -214,6 +360,19 @@ std::vector<ShippedEdid> make_shipped()
         {"two-cea", "HDMI TV with a block map and two CTA extensions", true, two_cea()},
         {"five-blocks", "HDMI monitor with a block map and three more extensions", true, five_blocks()},
         {"projector", "HDMI projector without a picture size", true, projector()},
+        {"dvi-165", "DVI monitor of 165 MHz with a base block of version 1.2", true, early_dvi()},
+        {"forum", "HDMI TV with an HDMI Forum vendor block behind HDMI's", true,
+         tv_with_vendors("Emu TV 40", 0x4002, {}, cta_vendor(OUI_HDMI_FORUM, {0x01, 0x00, 0x80, 0x00}))},
+        {"vendors", "HDMI TV with another maker's vendor blocks before and behind HDMI's", true,
+         tv_with_vendors("Emu TV 32", 0x3202, cta_vendor(OTHER_MAKER, {0x11, 0x22}), cta_vendor(OTHER_MAKER, {0x33}))},
+        {"uhd", "4K TV of 594 MHz: HDMI Forum block, HDR metadata, 4:2:0 besides 4:4:4", true, uhd()},
+        {"y420", "4K TV of 297 MHz: HDMI Forum block, 2160p60 in 4:2:0 only", true, y420()},
+        {"hdr", "HDMI monitor with HDR metadata, HDMI's block the first of all", true, hdr()},
+        {"displayid", "HDMI monitor with a CTA and a DisplayID extension", true, display_id()},
+        {"amplifier", "HDMI amplifier: 8 channels, 192 kHz, compressed sound", true, amplifier()},
+        {"basic-audio", "HDMI TV with basic audio and no audio descriptor, for RGB only", true, basic_audio()},
+        {"late-hdmi", "HDMI TV with HDMI's block in the second CTA extension", false, late_hdmi()},
+        {"no-map", "HDMI TV with two CTA extensions and no block map in front of them", false, no_map()},
         {"bad-sum", "the TV with a wrong checksum in its base block", false, bad_sum()},
         {"bad-header", "the TV with a broken header", false, bad_header()},
         {"hostile", "data block lengths that run past every end", false, hostile()},

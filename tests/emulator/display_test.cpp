@@ -1,4 +1,4 @@
-// What emulated displays lock to, against the standards' own numbers.
+// What emulated displays lock to and play, against the standards' own numbers.
 #include "emulator/chips/transmitter_chip.h"
 #include "emulator/chips/transmitter_registers.h"
 #include "emulator/world/edids.h"
@@ -152,6 +152,29 @@ TEST(DisplayLimits, AreThoseOfTheEdid)
          225'000,
          [] { return std::vector{"1080p60", "1080p50", "720p60", "720p50", "1080i60", "1080i50", "480p60"}; },
          {"1080p30", "1080p24", "dmt-1280x1024-60"}},
+        {"dvi-165", 165'000, [] { return std::vector{"dmt-1600x1200-60"}; }, {"1080p60", "720p60", "dmt-1280x1024-75"}},
+        {"rev1",
+         80'000,
+         [] {
+             return std::vector{"720p60", "720p50", "576p50"};
+         },
+         {"1080p60", "1080i60", "576i50"}},
+        {"uhd",
+         600'000,
+         [] {
+             return std::vector{"1080p60", "1080p50"};
+         },
+         {"1080p24", "480i60", "1080i50"}},
+        {"y420",
+         300'000,
+         [] {
+             return std::vector{"1080p60", "1080p50"};
+         },
+         {"1080p24", "480i60", "1080i50"}},
+        {"displayid",
+         150'000,
+         [] { return std::vector{"dmt-1680x1050-60rb"}; },
+         {"dmt-1600x1200-60", "1080p24", "480i60"}},
         {"dvi",
          110'000,
          [] {
@@ -199,4 +222,38 @@ TEST(DisplayView, PictureNeedsAClockThatTheDisplayTakesAndTheFrontEndIsSetUpFor)
         EXPECT_EQ(view.why + view.but, row.text);
         EXPECT_EQ(view.signal == OutputSignal::None, *row.format == '\0');
     }
+}
+
+// Catches: a descriptor that is taken for another one's rate, size or channels, and basic audio that promises more.
+TEST(DisplaySound, IsWhatTheShortAudioDescriptorsList)
+{
+    constexpr bool pcm = true, compressed = false;
+    static constexpr struct {
+        const char* display;
+        SoundOffer sound;
+        const char* refusal; // behind "the display lists no "
+    } rows[] = {
+        {"basic-audio", {pcm, 2, 32'000, 16}, ""},
+        {"basic-audio", {pcm, 2, 44'100, 24}, ""},
+        {"basic-audio", {pcm, 2, 88'200, 16}, "linear PCM of 2 channels at 88.2 kHz"},
+        {"basic-audio", {pcm, 4, 48'000, 16}, "linear PCM of 4 channels"},
+        {"basic-audio", {compressed, 2, 48'000, 16}, "compressed sound"},
+        {"tv", {pcm, 2, 48'000, 24}, ""},
+        {"tv", {pcm, 2, 96'000, 24}, "linear PCM of 2 channels at 96 kHz"},
+        {"tv", {pcm, 6, 48'000, 24}, "linear PCM of 6 channels"}, // its six are those of AC-3
+        {"tv", {compressed, 2, 44'100, 16}, ""},
+        {"tv", {compressed, 2, 192'000, 16}, "compressed sound at 192 kHz"},
+        {"tv", {compressed, 8, 768'000, 0}, "compressed sound at 768 kHz"},
+        {"amplifier", {pcm, 8, 192'000, 24}, ""},
+        {"amplifier", {compressed, 8, 768'000, 0}, ""},
+        {"amplifier", {pcm, 8, 22'050, 16}, "linear PCM of 8 channels at 22 kHz"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(std::string(row.display) + ", " + row.refusal);
+        const std::string lists = *row.refusal == '\0' ? "" : "the display lists no ";
+        EXPECT_EQ(sound_refusal(read_audio_descriptors(find_edid(row.display)), row.sound), lists + row.refusal);
+    }
+    const AudioDescriptors sixteen = {{.rates = 0x04, .sizes = 0x01}};
+    EXPECT_EQ(sound_refusal(sixteen, {pcm, 2, 48'000, 16}), "");
+    EXPECT_EQ(sound_refusal(sixteen, {pcm, 2, 48'000, 20}), "the display lists no linear PCM of 20 bits at 48 kHz");
 }
