@@ -133,6 +133,7 @@ Json avi_facts(const AviFrame& avi)
 Json heard_facts(const Sound& sound)
 {
     return {{"plays", sound.plays},
+            {"why", sound.why},
             {"held", sound.held},
             {"broken", sound.broken},
             {"input", sound.spdif ? "spdif" : "i2s"},
@@ -154,6 +155,7 @@ Json display_facts(const DisplayView& view)
     return {{"plugged", true},
             {"name", view.name},
             {"product", view.display.product},
+            {"terminated", !view.standby},
             {"signal", word(SIGNALS, view.signal)},
             {"picture", word(PICTURES, view.picture)},
             {"why", view.why},

@@ -101,12 +101,28 @@ void DdcMaster::finish_read(DdcFault fault)
     const uint8_t segment = peek(REG_DDC_SEGMENT);
     if (fault == DdcFault::Hang) return hang();
     if (fault == DdcFault::Arbitration) return end(DDC_ARBITRATION);
-    const bool answers = display_.plugged() && peek(REG_DDC_SLAVE) == DDC_SLAVE_EDID;
+    const bool answers = display_.plugged() && time_.now() >= silent_until_ && peek(REG_DDC_SLAVE) == DDC_SLAVE_EDID;
     if (fault == DdcFault::NoAcknowledge || !answers || (segment != 0 && !display_.knows_segments()))
         return end(DDC_NO_ACKNOWLEDGE);
     uint8_t offset = peek(REG_DDC_OFFSET); // wraps inside the segment
-    for (unsigned left = peek(REG_DDC_COUNT); left > 0; --left) push(display_.edid_byte(position() + offset++));
+    for (unsigned left = peek(REG_DDC_COUNT); left > 0; --left)
+        push(over_the_wire(display_.edid_byte(position() + offset++)));
     end(DDC_DONE);
+}
+
+void DdcMaster::set_noise(uint32_t wrong_per_million, uint32_t seed)
+{
+    wrong_per_million_ = wrong_per_million;
+    noise_.seed(seed);
+}
+
+uint8_t DdcMaster::over_the_wire(uint8_t byte)
+{
+    constexpr uint32_t million = 1'000'000;
+    if (wrong_per_million_ == 0) return byte;
+    for (unsigned bit = 0; bit < 8; ++bit)
+        if (noise_() % million < wrong_per_million_) byte ^= static_cast<uint8_t>(1u << bit);
+    return byte;
 }
 
 void DdcMaster::push(uint8_t byte)

@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <random>
 
 namespace emu {
 
@@ -53,6 +54,10 @@ public:
     void set_read_time(Micros time) { read_time_ = time; }
     /** Idle, its FIFO empty. What is wrong with the display's side stays. */
     void power_on();
+    /** The display does not answer before this time. */
+    void silence_until(Micros time) { silent_until_ = time; }
+    /** Have bits come over wrong, so many of a million, other ones in each read; the same seed gives the same ones. */
+    void set_noise(uint32_t wrong_per_million, uint32_t seed);
     /** Hang the bus now; a transaction that runs does not end. */
     void hang();
 
@@ -68,6 +73,7 @@ private:
     void end(uint8_t status);
     void push(uint8_t byte);
     DdcFault next_fault(size_t first, size_t count);
+    uint8_t over_the_wire(uint8_t byte);
     Micros transaction_time(size_t count) const;
     size_t position() const { return peek(0x14) * size_t{256}; }
 
@@ -81,6 +87,9 @@ private:
     Timeline::EventId running_{};
     DdcTrouble trouble_;
     Micros read_time_ = 400;
+    Micros silent_until_ = 0;
+    uint32_t wrong_per_million_ = 0;
+    std::mt19937 noise_;
     uint64_t transactions_ = 0, lost_commands_ = 0;
 };
 

@@ -84,7 +84,8 @@ std::string audio_text(const ReceivedFrame& audio)
 std::string sound_text(const Sound& sound)
 {
     std::string text = sound.plays ? "plays" : sound.broken ? "broken" : sound.held ? "held" : "silent";
-    text += format(", %u channels over %s, N %u, CTS %u (%s), %u Hz; ", sound.channels, sound.spdif ? "S/PDIF" : "I2S",
+    text += sound.plays ? ", " : ": " + sound.why + "; ";
+    text += format("%u channels over %s, N %u, CTS %u (%s), %u Hz; ", sound.channels, sound.spdif ? "S/PDIF" : "I2S",
                    sound.n, sound.cts, sound.cts_measured ? "measured" : "fixed", sound.heard_rate_hz);
     const ChannelStatus& status = sound.status;
     return text + format("channel status: %s, %u Hz, %u bits", status.pcm ? "PCM" : "compressed", status.rate_hz,
@@ -118,6 +119,7 @@ std::string describe(const DisplayView& view)
     const auto line = [](const char* label, const std::string& text) { return format("%-12s", label) + text + "\n"; };
     std::string text =
         line("display", view.name + (view.display.product.empty() ? "" : " \"" + view.display.product + "\""));
+    text += line("terminators", view.standby ? "off" : "on");
     text += line("signal", name_of(view.signal));
     text += line("picture", picture_text(view));
     text += line("cable", format("%s, %u bits, from %s", colour_name(view.path.cable.colour), view.path.depth_bits,

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <numeric>
+#include <tuple>
 
 namespace emu {
 
@@ -17,6 +18,8 @@ using namespace tx;
 
 /** The chip's description: the front end's PLLs have a range for clocks up to this one and a range above it. */
 constexpr uint32_t LOW_RANGE_UP_TO_KHZ = 80'000;
+
+constexpr const char *IN_STANDBY = "the display is in standby", *LOCKING = "the display is locking to the signal";
 
 /** Without a clock from the picture that comes in nothing leaves. */
 OutputSignal signal_of(const TransmitterOutput& out, AfeState afe)
@@ -66,6 +69,9 @@ std::string colour_fault(const DisplayView& view)
 {
     const PictureColours &cable = view.path.cable, expected = expected_colours(view);
     if (!cable.fault.empty()) return cable.fault;
+    if (view.path.depth_bits > view.display.depth_bits)
+        return "the cable carries " + std::to_string(view.path.depth_bits) + " bits a colour, the display takes " +
+               std::to_string(view.display.depth_bits);
     if (expected.colour != cable.colour)
         return std::string("the cable carries ") + colour_name(cable.colour) + ", the display takes it for " +
                colour_name(expected.colour);
@@ -139,11 +145,13 @@ void judge_picture(DisplayView& view, const TransmitterOutput& out, const Displa
         view.why = std::move(why);
     };
     if (!view.plugged) return verdict(Picture::NoSignal, "nothing is plugged in");
+    if (view.standby) return verdict(Picture::NoSignal, IN_STANDBY);
     if (!out.enabled) return verdict(Picture::NoSignal, "the board keeps the output off");
     if (out.input.timing.clock_khz == 0) return verdict(Picture::NoSignal, "no picture comes in");
     if (view.signal == OutputSignal::None) return verdict(Picture::NoSignal, "the output stage does not run");
     if (view.signal == OutputSignal::Hdmi && !view.display.hdmi)
         return verdict(Picture::NoSignal, "the display knows DVI only and gets HDMI");
+    if (out.locking) return verdict(Picture::NoSignal, LOCKING);
     const std::string out_of_range = range_fault(view, limits);
     if (!out_of_range.empty()) return verdict(Picture::OutOfRange, out_of_range);
     if (view.muted) return verdict(Picture::Blanked, "AV mute is set");
@@ -224,7 +232,44 @@ void regenerate_clock(Sound& sound, const TransmitterOutput& out)
     if (divisor != 0) sound.heard_rate_hz = static_cast<uint32_t>((clock * sound.n + divisor / 2) / divisor);
 }
 
-Sound sound_of(const DisplayView& view, const TransmitterOutput& out)
+/** Why nothing is heard of what the transmitter takes in; empty when it arrives as it should. */
+std::string transport_fault(const DisplayView& view, const Sound& sound)
+{
+    if (view.muted) return "AV mute is set";
+    if (sound.held) return "the audio path is held";
+    if (sound.broken) return "the audio FIFO has run over";
+    if (sound.spdif) return "it is taken from S/PDIF, where nothing comes in";
+    if (sound.channels == 0) return "no channels are taken in";
+    if (!view.audio.sent) return "no audio frame is sent";
+    if (!view.audio.checksum_right()) return "the audio frame's checksum is wrong";
+    // A display judges the rate by the clock it regenerates; 1 % is far outside what its converter follows.
+    const uint32_t rate = sound.status.rate_hz;
+    if (rate == 0) return "the channel status tells no rate";
+    if (sound.heard_rate_hz < rate / 100 * 99 || sound.heard_rate_hz > rate / 100 * 101)
+        return "the channel status says " + std::to_string(rate) + " Hz, N and CTS give " +
+               std::to_string(sound.heard_rate_hz) + " Hz";
+    return sound.n_allowed ? "" : "N is out of its range";
+}
+
+/** Why the display does not play the sound; empty when it does. */
+std::string sound_fault(const DisplayView& view, const Sound& sound, const TransmitterOutput& out,
+                        const AudioDescriptors& listed)
+{
+    if (!view.plugged) return "nothing is plugged in";
+    if (view.standby) return IN_STANDBY;
+    if (view.signal != OutputSignal::Hdmi) return "no HDMI signal, which alone carries sound";
+    if (!view.display.hdmi) return "the display knows DVI only";
+    if (out.locking) return LOCKING;
+    if (!view.display.basic_audio) return "the display takes no sound";
+    std::string fault = transport_fault(view, sound);
+    if (!fault.empty()) return fault;
+    return sound_refusal(listed, {.pcm = sound.status.pcm,
+                                  .channels = sound.channels,
+                                  .rate_hz = sound.status.rate_hz,
+                                  .word_bits = sound.status.word_bits});
+}
+
+Sound sound_of(const DisplayView& view, const TransmitterOutput& out, const AudioDescriptors& listed)
 {
     Sound sound;
     sound.held = (out.bank0[REG_RESET] & RESET_AUDIO) != 0;
@@ -234,17 +279,28 @@ Sound sound_of(const DisplayView& view, const TransmitterOutput& out)
     sound.channels = static_cast<uint8_t>(2 * std::popcount(pairs));
     sound.status = channel_status(out.bank1);
     regenerate_clock(sound, out);
-    const bool fed = !sound.held && !sound.broken && sound.channels > 0 && !sound.spdif;
-    const bool told = view.audio.sent && view.audio.checksum_right();
-    // A display judges the rate by the clock it regenerates; 1 % is far outside what its converter follows.
-    const uint32_t rate = sound.status.rate_hz;
-    const bool in_step = rate != 0 && sound.heard_rate_hz >= rate / 100 * 99 && sound.heard_rate_hz <= rate / 100 * 101;
-    const bool heard = view.signal == OutputSignal::Hdmi && !view.muted && view.plugged && view.display.hdmi;
-    sound.plays = heard && fed && told && in_step && sound.n_allowed && view.display.basic_audio;
+    sound.why = sound_fault(view, sound, out, listed);
+    sound.plays = sound.why.empty();
     return sound;
 }
 
 } // namespace
+
+bool CableSignal::same_as(const CableSignal& other) const
+{
+    const auto figures = [](const CableSignal& s) {
+        return std::tuple(s.kind, s.tmds_khz, s.timing.width, s.timing.height, s.timing.interlaced, s.timing.rate_hz);
+    };
+    return figures(*this) == figures(other);
+}
+
+CableSignal signal_on_cable(const TransmitterOutput& output)
+{
+    const PictureTiming& timing = output.input.timing;
+    return {.kind = signal_of(output, afe_state(output)),
+            .tmds_khz = static_cast<uint32_t>(uint64_t{timing.clock_khz} * depth_bits(output.bank0) / 8),
+            .timing = timing};
+}
 
 Colour AviFrame::colour() const
 {
@@ -256,6 +312,7 @@ DisplayView look(const Display& display, const TransmitterOutput& output)
 {
     DisplayView view;
     view.plugged = display.plugged();
+    view.standby = display.standby();
     view.name = display.name();
     view.display = display.abilities();
     view.afe = afe_state(output);
@@ -267,9 +324,9 @@ DisplayView look(const Display& display, const TransmitterOutput& output)
     view.avi = avi_frame(output, view.signal);
     view.audio = audio_frame(output, view.signal);
     view.vendor = vendor_frame(output, view.signal);
-    view.sound = sound_of(view, output);
+    view.sound = sound_of(view, output, display.audio());
     view.timing = output.input.timing;
-    view.tmds_khz = static_cast<uint32_t>(uint64_t{view.timing.clock_khz} * view.path.depth_bits / 8);
+    view.tmds_khz = signal_on_cable(output).tmds_khz;
     judge_picture(view, output, display.limits());
     return view;
 }

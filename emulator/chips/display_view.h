@@ -63,12 +63,14 @@ struct Sound {
     bool n_allowed = false;     ///< 128 x rate / N between 300 and 1500 Hz
     uint32_t heard_rate_hz = 0; ///< that a display gets back from N, CTS and the TMDS clock
     ChannelStatus status;
-    bool plays = false; ///< all of it together, at a display that takes audio
+    bool plays = false; ///< all of it together, at a display that takes this sound
+    std::string why;    ///< reason, where it does not play
 };
 
 struct DisplayView {
     bool plugged = false;
-    std::string name; ///< under which it was plugged in
+    bool standby = false; ///< without terminators, so that a transmitter would sense no receiver
+    std::string name;     ///< under which it was plugged in
     DisplayAbilities display;
     OutputSignal signal = OutputSignal::None;
     Picture picture = Picture::NoSignal;
@@ -101,7 +103,19 @@ struct TransmitterOutput {
     bool enabled = false; ///< by the board
     bool audio_overflown = false;
     TransmitterInput input{};
+    bool locking = false; ///< the signal is younger than the time that the display takes to lock to it
 };
+
+/** What a display locks to: once it is another one, it begins anew. */
+struct CableSignal {
+    OutputSignal kind = OutputSignal::None;
+    uint32_t tmds_khz = 0;
+    PictureTiming timing;
+
+    bool same_as(const CableSignal& other) const;
+};
+
+CableSignal signal_on_cable(const TransmitterOutput& output);
 
 /** Work out what a display makes of an output. */
 DisplayView look(const Display& display, const TransmitterOutput& output);

@@ -69,10 +69,13 @@ bool is_ddc(uint8_t reg)
 } // namespace
 
 TransmitterChip::TransmitterChip(Timeline& time)
-    : RegisterFile(MAP_0), bank1_(MAP_1.reset()), ddc_(time, display_, [this](DdcMaster::Interrupt what) {
-          latch(what == DdcMaster::Interrupt::BusHang ? STATUS_DDC_HANG : STATUS_DDC_FIFO);
-          if (what == DdcMaster::Interrupt::BusHang) raise_extended(EXTENDED_DDC_HANG);
-      })
+    : RegisterFile(MAP_0), time_(time), bank1_(MAP_1.reset()),
+      ddc_(time, display_,
+           [this](DdcMaster::Interrupt what) {
+               latch(what == DdcMaster::Interrupt::BusHang ? STATUS_DDC_HANG : STATUS_DDC_FIFO);
+               if (what == DdcMaster::Interrupt::BusHang) raise_extended(EXTENDED_DDC_HANG);
+           }),
+      hot_plug_(time, [this] { after_hot_plug(); })
 {
 }
 
@@ -83,24 +86,62 @@ void TransmitterChip::power_on()
     ddc_.power_on();
     lock_ = Lock::Closed;
     audio_overflown_ = false;
+    note_signal();
+}
+
+void TransmitterChip::enable_output(bool on)
+{
+    enabled_ = on;
+    note_signal();
 }
 
 void TransmitterChip::plug(Display display)
 {
     display_ = std::move(display);
-    latch(STATUS_HOT_PLUG);
+    signal_since_ = time_.now();
+    hot_plug_.set(true);
 }
 
 void TransmitterChip::unplug()
 {
     if (!display_.plugged()) return;
     display_ = {};
+    hot_plug_.set(false);
+}
+
+void TransmitterChip::replace_display(Display display, bool announced)
+{
+    display_ = std::move(display);
+    if (announced) hot_plug_.bounce(1, HOT_PLUG_PULSE);
+}
+
+void TransmitterChip::set_standby(bool on)
+{
+    if (display_.standby() && !on) signal_since_ = time_.now();
+    display_.stand_by(on);
+}
+
+void TransmitterChip::set_ddc_silence(Micros time)
+{
+    ddc_silence_ = time;
+    ddc_.silence_until(hot_plug_.high() ? hot_plug_.risen_at() + time : NEVER);
+}
+
+void TransmitterChip::after_hot_plug()
+{
     latch(STATUS_HOT_PLUG);
+    set_ddc_silence(ddc_silence_);
 }
 
 void TransmitterChip::pulse_hot_plug()
 {
     latch(STATUS_HOT_PLUG);
+}
+
+void TransmitterChip::set_input(TransmitterInput input)
+{
+    input_ = std::move(input);
+    note_signal();
 }
 
 void TransmitterChip::overflow_audio()
@@ -141,7 +182,7 @@ uint8_t TransmitterChip::peek(int bank, uint8_t reg) const
     if (bank == 1 && reg >= FIRST_BANKED) return bank1_[reg];
     if (is_ddc(reg)) return ddc_.peek(reg);
     if (reg != REG_SYSTEM) return registers_[reg];
-    const unsigned level = display_.plugged() ? SYSTEM_HOT_PLUG : 0;
+    const unsigned level = hot_plug_.high() ? SYSTEM_HOT_PLUG : 0;
     return static_cast<uint8_t>(registers_[REG_SYSTEM] | level | (pending() ? SYSTEM_PENDING : 0));
 }
 
@@ -186,6 +227,7 @@ void TransmitterChip::after_write(uint8_t reg)
         registers_[REG_STATUS_1] &= static_cast<uint8_t>(~registers_[REG_CLEAR_1]);
         registers_[REG_STATUS_2] &= static_cast<uint8_t>(~registers_[REG_CLEAR_2]);
     }
+    note_signal();
 }
 
 void TransmitterChip::write_lock(uint8_t value)
@@ -196,13 +238,27 @@ void TransmitterChip::write_lock(uint8_t value)
         lock_ = value == LOCK_SECOND && lock_ == Lock::HalfOpen ? Lock::Open : Lock::Closed;
 }
 
+TransmitterOutput TransmitterChip::output() const
+{
+    return {.bank0 = registers_,
+            .bank1 = bank1_,
+            .enabled = enabled_,
+            .audio_overflown = audio_overflown_,
+            .input = input_,
+            .locking = time_.now() - signal_since_ < lock_time_};
+}
+
+void TransmitterChip::note_signal()
+{
+    const CableSignal now = signal_on_cable(output());
+    if (now.same_as(signal_)) return;
+    signal_ = now;
+    signal_since_ = time_.now();
+}
+
 DisplayView TransmitterChip::view() const
 {
-    return look(display_, {.bank0 = registers_,
-                           .bank1 = bank1_,
-                           .enabled = enabled_,
-                           .audio_overflown = audio_overflown_,
-                           .input = input_});
+    return look(display_, output());
 }
 
 } // namespace emu

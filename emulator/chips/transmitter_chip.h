@@ -13,6 +13,7 @@
 #include "emulator/bus/register_file.h"
 #include "emulator/chips/ddc.h"
 #include "emulator/chips/display_view.h"
+#include "emulator/chips/hot_plug.h"
 #include "emulator/world/display.h"
 
 #include <array>
@@ -35,14 +36,25 @@ public:
     /** @name The world
      * @{ */
     /** The board's enable line: without it the display sees no signal. */
-    void enable_output(bool on) { enabled_ = on; }
+    void enable_output(bool on);
     /** Plug a display in; one that is there is unplugged in the same moment. */
     void plug(Display display);
     void unplug();
     /** The display pulls its hot-plug line down for too short a time to be seen in the level. */
     void pulse_hot_plug();
+    /** The display pulls it down so many times for a time each, during which its EDID cannot be read. */
+    void bounce_hot_plug(unsigned times, Micros each) { hot_plug_.bounce(times, each); }
+    /** A repeater has another display behind it, whose EDID it gives from now on; announced by a hot-plug pulse or not.
+     */
+    void replace_display(Display display, bool announced);
+    /** Send the display to standby or wake it up. */
+    void set_standby(bool on);
+    /** Time that a display needs from the begin of a signal to the picture; default 0. */
+    void set_lock_time(Micros time) { lock_time_ = time; }
+    /** Time for which DDC stays silent after each rise of hot plug, the last one included; default 0. */
+    void set_ddc_silence(Micros time);
     /** What comes in from the box: its clock runs the chip's output and measures the audio's. Nothing at power-on. */
-    void set_input(TransmitterInput input) { input_ = std::move(input); }
+    void set_input(TransmitterInput input);
     /** Let the audio FIFO run over; there is no sound until the audio path has been held and released. */
     void overflow_audio();
     void fail_ddc_fifo();
@@ -56,6 +68,7 @@ public:
     /** @name A look
      * @{ */
     const Display& display() const { return display_; }
+    bool hot_plug() const { return hot_plug_.high(); }
     /** What the display makes of the output now. */
     DisplayView view() const;
     bool output_enabled() const { return enabled_; }
@@ -83,10 +96,18 @@ private:
     void after_write(uint8_t reg);
     bool pending() const;
     void latch(uint8_t bits);
+    void after_hot_plug();
+    TransmitterOutput output() const;
+    void note_signal();
 
+    Timeline& time_;
     std::array<uint8_t, 256> bank1_{}; ///< the other bank is RegisterFile's
     Display display_;
     DdcMaster ddc_;
+    HotPlug hot_plug_;
+    Micros lock_time_ = 0, ddc_silence_ = 0;
+    CableSignal signal_;      ///< on the cable
+    Micros signal_since_ = 0; ///< since when it is this one at a display that is awake
     bool enabled_ = false;
     bool audio_overflown_ = false;
     Lock lock_ = Lock::Closed;

@@ -30,6 +30,54 @@ Reply plug_command(TransmitterChip& chip, Args& args)
     return {};
 }
 
+void need_display(const TransmitterChip& chip)
+{
+    if (!chip.display().plugged()) throw CommandError("nothing is plugged in");
+}
+
+Reply replace_command(TransmitterChip& chip, Args& args)
+{
+    Display display = take_display(args);
+    const bool announced = !args.optional("unannounced");
+    args.end();
+    need_display(chip);
+    chip.replace_display(std::move(display), announced);
+    return {};
+}
+
+Micros take_milliseconds(Args& args)
+{
+    return static_cast<Micros>(args.number("milliseconds", 1, 60'000)) * 1000;
+}
+
+Reply bounce_command(TransmitterChip& chip, Args& args)
+{
+    const auto times = static_cast<unsigned>(args.number("times", 1, 1000));
+    const Micros each = take_milliseconds(args);
+    args.end();
+    need_display(chip);
+    chip.bounce_hot_plug(times, each);
+    return {};
+}
+
+Reply drop_command(TransmitterChip& chip, Args& args)
+{
+    const Micros time = args.more() ? take_milliseconds(args) : HOT_PLUG_PULSE;
+    args.end();
+    need_display(chip);
+    chip.bounce_hot_plug(1, time);
+    return {};
+}
+
+Reply noise_command(TransmitterChip& chip, Args& args)
+{
+    const auto wrong = static_cast<uint32_t>(args.number("wrong bits of a million", 0, 1'000'000));
+    const auto seed = args.optional("seed") ? static_cast<uint32_t>(args.number("a seed", 0, UINT32_MAX)) : 1u;
+    args.end();
+    chip.ddc().set_noise(wrong, seed);
+    return {};
+}
+
 Reply save_command(Args& args)
 {
     const Display display = take_display(args);
@@ -128,9 +176,29 @@ void add_display_commands(CommandTable& commands, TransmitterChip& chip)
     commands.add("display list", "  list the displays", list_command);
     commands.add("display save", "NAME|FILE FILE   write a display's EDID as a binary file", save_command);
     commands.add_action("display hpd-pulse", "  hot-plug interrupt with the level unchanged", [&chip] {
-        if (!chip.display().plugged()) throw CommandError("nothing is plugged in");
+        need_display(chip);
         chip.pulse_hot_plug();
     });
+    commands.add("display hpd-bounce", "N MS   hot plug goes down N times for MS each, then stays up",
+                 [&chip](Args& args) { return bounce_command(chip, args); });
+    commands.add("display hpd-drop", "[MS]   hot plug goes down once, 100 ms unless told otherwise",
+                 [&chip](Args& args) { return drop_command(chip, args); });
+    commands.add("display replace",
+                 "NAME|FILE [unannounced]   another EDID behind a repeater, after a hot-plug drop of 100 ms or without",
+                 [&chip](Args& args) { return replace_command(chip, args); });
+    commands.add_switch("display standby", "on|off   hot plug and DDC as before, terminators off, no picture",
+                        [&chip](bool on) {
+                            need_display(chip);
+                            chip.set_standby(on);
+                        });
+    commands.add_number("display lock-time", "MS   time that a display needs for a new signal, at first 0",
+                        {"milliseconds", 0, 60'000},
+                        [&chip](long long ms) { chip.set_lock_time(static_cast<Micros>(ms) * 1000); });
+    commands.add_number(
+        "display ddc-silent", "MS   time for which DDC does not answer after hot plug went up, at first 0",
+        {"milliseconds", 0, 60'000}, [&chip](long long ms) { chip.set_ddc_silence(static_cast<Micros>(ms) * 1000); });
+    commands.add("display ddc-noise", "N [seed N]   so many bits of a million come over wrong, others in each read",
+                 [&chip](Args& args) { return noise_command(chip, args); });
     commands.add("display ddc", "ok | nack|arbitration|hang|never [at BYTE] [times N]   fail EDID reads from a byte on",
                  [&chip](Args& args) { return ddc_command(chip, args); });
     commands.add_number("display ddc-time", "US   time that the read of one EDID byte takes on the wire",

@@ -32,12 +32,6 @@ Matrix matrix_in_use(const Registers& r)
     return clocked && found.kind == wanted ? found : Matrix{.kind = MatrixKind::Unknown};
 }
 
-uint8_t depth_bits(const Registers& r)
-{
-    const unsigned code = (r[REG_GENERAL] & GENERAL_DEPTH) >> 4;
-    return code == 5 ? 10 : code == 6 ? 12 : code == 7 ? 16 : 8;
-}
-
 void take_in(const Registers& r, Colour input, PictureColours& colours)
 {
     if ((r[REG_INPUT] & INPUT_BUS) != 0) colours.spoil("the transmitter takes its input bus for another kind");
@@ -73,6 +67,12 @@ void resample(const Registers& r, bool to_rgb, PictureColours& colours)
 }
 
 } // namespace
+
+uint8_t depth_bits(const Registers& bank0)
+{
+    const unsigned code = (bank0[REG_GENERAL] & GENERAL_DEPTH) >> 4;
+    return code == 5 ? 10 : code == 6 ? 12 : code == 7 ? 16 : 8;
+}
 
 VideoPath video_path(const Registers& bank0, const PictureColours& incoming)
 {

@@ -20,6 +20,9 @@ struct VideoPath {
     uint8_t depth_bits = 8;     ///< per colour
 };
 
+/** Depth on the cable in bits per colour. */
+uint8_t depth_bits(const std::array<uint8_t, 256>& bank0);
+
 /**
  * Work out the path from bank 0 and the colours that come in. With the sampling bit of the converter's register the
  * chroma is filtered to the other sampling; without it as many samples leave as came in.

@@ -24,6 +24,13 @@ std::string product_name(std::span<const uint8_t> base)
     return {};
 }
 
+/** Deep colour in HDMI's vendor block (HDMI 1.4, 8.3.2): a bit each for 30, 36 and 48 bits of a pixel. */
+uint8_t depth_bits_of(const DataBlock& hdmi)
+{
+    const unsigned flags = hdmi.payload.size() > 5 ? hdmi.payload[5] : 0;
+    return (flags & 0x40) != 0 ? 16 : (flags & 0x20) != 0 ? 12 : (flags & 0x10) != 0 ? 10 : 8;
+}
+
 DisplayAbilities read_abilities(const EdidImage& edid)
 {
     DisplayAbilities abilities;
@@ -31,7 +38,11 @@ DisplayAbilities read_abilities(const EdidImage& edid)
     abilities.product = product_name(std::span(edid).first(EDID_BLOCK));
     for (const EdidBlock extension : extensions_of(edid, TAG_CTA)) {
         if (extension[1] < 3) continue;
-        for (const DataBlock& block : cta_data_blocks(extension)) abilities.hdmi = abilities.hdmi || block.is_hdmi();
+        for (const DataBlock& block : cta_data_blocks(extension)) {
+            if (!block.is_hdmi()) continue;
+            abilities.hdmi = true;
+            abilities.depth_bits = std::max(abilities.depth_bits, depth_bits_of(block));
+        }
         abilities.basic_audio = abilities.basic_audio || (extension[3] & 0x40) != 0;
         abilities.yuv444 = abilities.yuv444 || (extension[3] & 0x20) != 0;
         abilities.yuv422 = abilities.yuv422 || (extension[3] & 0x10) != 0;

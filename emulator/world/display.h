@@ -20,6 +20,7 @@ struct DisplayAbilities {
     std::string product; ///< name in the base block
     bool hdmi = false;   ///< else DVI
     bool basic_audio = false, yuv444 = false, yuv422 = false;
+    uint8_t depth_bits = 8; ///< per colour, the most that it takes
 };
 
 class Display {

@@ -1,6 +1,7 @@
-// What emulated displays lock to and play, against the standards' own numbers.
+// What emulated displays lock to and play, and how they behave in time, against the standards' own numbers.
 #include "emulator/chips/transmitter_chip.h"
 #include "emulator/chips/transmitter_registers.h"
+#include "emulator/commands/commands.h"
 #include "emulator/world/edids.h"
 #include "emulator/world/formats.h"
 #include "tests/support/bench.h"
@@ -9,6 +10,9 @@
 #include <gtest/gtest.h>
 #include <initializer_list>
 #include <numeric>
+
+#include <bit>
+#include <functional>
 
 namespace {
 
@@ -37,6 +41,13 @@ void run(TransmitterChip& chip, bool high)
     set(REG_RESET, 0);
     set(REG_HDMI, HDMI_MODE);
     set(REG_GENERAL, 0);
+}
+
+/** A computer's RGB picture comes in, with sound. */
+void show(TransmitterChip& chip, const char* format)
+{
+    chip.set_input(
+        {.timing = timing(format), .colours = {.colour = Colour::Rgb, .limited = false}, .audio_rate_hz = 48'000});
 }
 
 /** Send an AVI frame of version 2 with these first five bytes and a right sum. */
@@ -215,8 +226,7 @@ TEST(DisplayView, PictureNeedsAClockThatTheDisplayTakesAndTheFrontEndIsSetUpFor)
         TransmitterChip chip(time);
         chip.plug({row.display, find_edid(row.display)});
         run(chip, row.high);
-        if (*row.format != '\0')
-            chip.set_input({.timing = timing(row.format), .colours = {.colour = Colour::Rgb, .limited = false}});
+        if (*row.format != '\0') show(chip, row.format);
         const DisplayView view = chip.view();
         EXPECT_EQ(view.picture, row.picture) << view.why;
         EXPECT_EQ(view.why + view.but, row.text);
@@ -256,4 +266,176 @@ TEST(DisplaySound, IsWhatTheShortAudioDescriptorsList)
     const AudioDescriptors sixteen = {{.rates = 0x04, .sizes = 0x01}};
     EXPECT_EQ(sound_refusal(sixteen, {pcm, 2, 48'000, 16}), "");
     EXPECT_EQ(sound_refusal(sixteen, {pcm, 2, 48'000, 20}), "the display lists no linear PCM of 20 bits at 48 kHz");
+}
+
+namespace {
+
+/** A chip whose display is told by commands, in time. */
+struct Bench {
+    Timeline time;
+    TransmitterChip chip{time};
+    CommandTable commands;
+
+    Bench() { add_transmitter_commands(commands, chip); }
+    void tell(const std::string& line)
+    {
+        const Reply reply = commands.run(line);
+        EXPECT_TRUE(reply.ok) << line << ": " << reply.text;
+    }
+    void wait_ms(Micros ms) { time.advance_to(time.now() + ms * 1000); }
+    uint8_t get(uint8_t reg)
+    {
+        uint8_t value = 0;
+        EXPECT_EQ(chip.read({&reg, 1}, {&value, 1}), 0);
+        return value;
+    }
+    /** Whether hot plug made an interrupt since the last call. */
+    bool interrupted()
+    {
+        const bool latched = (get(REG_STATUS_1) & STATUS_HOT_PLUG) != 0;
+        const uint8_t clear[] = {REG_CLEAR_1, STATUS_HOT_PLUG, 0, SYSTEM_CLEAR};
+        EXPECT_EQ(chip.write(clear), 0);
+        return latched;
+    }
+    bool level() { return (get(REG_SYSTEM) & SYSTEM_HOT_PLUG) != 0; }
+    /** The first bytes of the EDID, in 2 ms; empty when DDC does not answer. */
+    EdidBytes read_edid()
+    {
+        const uint8_t read[] = {REG_DDC_MASTER, DDC_MASTER_HOST, DDC_SLAVE_EDID, 0, 16, 0, DDC_EDID_READ};
+        EXPECT_EQ(chip.write(read), 0);
+        wait_ms(2);
+        EdidBytes bytes;
+        if (get(REG_DDC_STATUS) == DDC_DONE)
+            for (int i = 0; i < 16; ++i) bytes.push_back(get(REG_DDC_FIFO));
+        return bytes;
+    }
+};
+
+EdidBytes head_of(const char* display)
+{
+    const EdidImage edid = find_edid(display);
+    return {edid.begin(), edid.begin() + 16};
+}
+
+} // namespace
+
+// Catches: a line that stays down or goes on bouncing, edges without an interrupt, an EDID that is there too early.
+TEST(HotPlug, BouncesAndDropsInTimeAndEndsHigh)
+{
+    static constexpr struct {
+        const char* command;
+        Micros down_ms, edges;
+        const char* edid; // in the end
+    } rows[] = {{"display hpd-bounce 3 20", 20, 6, "tv"},
+                {"display hpd-bounce 1 5", 5, 2, "tv"},
+                {"display hpd-drop", 100, 2, "tv"}, // HDMI: 100 ms at least
+                {"display hpd-drop 250", 250, 2, "tv"},
+                {"display replace rgb", 100, 2, "rgb"},
+                {"display replace rgb unannounced", 0, 0, "rgb"}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.command);
+        Bench b;
+        b.tell("display plug tv");
+        b.wait_ms(50);
+        EXPECT_TRUE(b.interrupted());
+        b.tell(row.command);
+        for (Micros edge = 0; edge < row.edges; ++edge) {
+            EXPECT_TRUE(b.interrupted());
+            EXPECT_EQ(b.level(), edge % 2 != 0);
+            EXPECT_EQ(b.read_edid().empty(), edge % 2 == 0); // 2 ms
+            b.wait_ms(row.down_ms - 3);
+            EXPECT_FALSE(b.interrupted()) << "before its time";
+            b.wait_ms(1);
+        }
+        b.wait_ms(1000);
+        EXPECT_FALSE(b.interrupted());
+        EXPECT_TRUE(b.level());
+        EXPECT_EQ(b.read_edid(), head_of(row.edid));
+    }
+    Bench b;
+    b.tell("display plug tv");
+    b.tell("display hpd-bounce 10 10");
+    b.tell("display unplug");
+    b.wait_ms(55);
+    EXPECT_FALSE(b.level()) << "nobody is there who could pull it up";
+}
+
+// Catches: a silence that counts reads instead of time or outlives the plug, and errors that come again or not at all.
+TEST(Ddc, IsSilentForATimeAndNoisyByItsSeed)
+{
+    Bench b;
+    b.tell("display ddc-silent 500");
+    b.tell("display plug tv");
+    b.wait_ms(497);
+    EXPECT_TRUE(b.read_edid().empty()); // ends after 499 ms
+    EXPECT_EQ(b.read_edid(), head_of("tv"));
+    b.tell("display hpd-drop");
+    b.wait_ms(597);
+    EXPECT_TRUE(b.read_edid().empty());
+    EXPECT_EQ(b.read_edid(), head_of("tv")) << "500 ms after the line has gone up again";
+    b.tell("display ddc-silent 0");
+
+    b.tell("display ddc-noise 20000 seed 7"); // of 128 bits in a read 2.6 are wrong
+    std::vector<EdidBytes> first;
+    for (int i = 0; i < 20; ++i) first.push_back(b.read_edid());
+    unsigned wrong = 0, again = 0;
+    for (size_t i = 0; i < first.size(); ++i) {
+        for (size_t at = 0; at < 16; ++at)
+            wrong += static_cast<unsigned>(std::popcount(static_cast<uint8_t>(first[i][at] ^ head_of("tv")[at])));
+        if (i > 0 && first[i] == first[i - 1]) ++again;
+    }
+    EXPECT_NEAR(wrong, 51, 25);
+    EXPECT_LE(again, 2u);
+    b.tell("display ddc-noise 20000 seed 7");
+    for (const EdidBytes& bytes : first) EXPECT_EQ(b.read_edid(), bytes);
+    b.tell("display ddc-noise 0");
+    EXPECT_EQ(b.read_edid(), head_of("tv"));
+}
+
+// Catches: a picture on a display that is asleep or still looking for the signal, and a lock that outlives a change.
+TEST(DisplayView, ShowsNothingInStandbyAndUntilTheDisplayHasLocked)
+{
+    Bench b;
+    b.tell("display plug rgb");
+    b.tell("display lock-time 400");
+    run(b.chip, true);
+    show(b.chip, "1080p60");
+    struct Step {
+        const char* what;
+        std::function<void()> act;
+        bool locks_anew;
+    };
+    const auto set = [&b](uint8_t reg, uint8_t value) {
+        const uint8_t bytes[] = {reg, value};
+        EXPECT_EQ(b.chip.write(bytes), 0);
+    };
+    const Step steps[] = {
+        {"first signal", [] {}, true},
+        {"AV mute and back", [&] { set(REG_GENERAL, GENERAL_MUTE), set(REG_GENERAL, 0); }, false},
+        {"the same again", [&] { show(b.chip, "1080p60"); }, false},
+        {"another rate of the same clock", [&] { show(b.chip, "720p60"); }, true},
+        {"another clock", [&] { show(b.chip, "480p60"); }, true},
+        {"DVI", [&] { set(REG_HDMI, 0); }, true},
+        {"clocks gated and back", [&] { set(REG_CLOCKS, CLOCKS_GATED), set(REG_CLOCKS, CLOCKS_CONVERTER_OFF); }, true},
+        {"board's enable", [&] { b.chip.enable_output(false), b.chip.enable_output(true); }, true},
+        {"plugged in again", [&] { b.tell("display plug rgb"); }, true},
+        {"woken up", [&] { b.tell("display standby on"), b.tell("display standby off"); }, true},
+    };
+    for (const Step& step : steps) {
+        SCOPED_TRACE(step.what);
+        step.act();
+        b.wait_ms(399);
+        EXPECT_EQ(b.chip.view().why, step.locks_anew ? "the display is locking to the signal" : "");
+        EXPECT_EQ(b.chip.view().picture, step.locks_anew ? Picture::NoSignal : Picture::Good);
+        b.wait_ms(1);
+        EXPECT_EQ(b.chip.view().picture, Picture::Good);
+    }
+    b.interrupted();
+    b.tell("display standby on");
+    EXPECT_FALSE(b.interrupted());
+    EXPECT_TRUE(b.level());
+    EXPECT_EQ(b.read_edid(), head_of("rgb"));
+    EXPECT_EQ(b.chip.view().picture, Picture::NoSignal);
+    EXPECT_EQ(b.chip.view().why, "the display is in standby");
+    EXPECT_EQ(b.chip.view().sound.why, "the display is in standby");
 }

@@ -258,6 +258,10 @@ TEST(DisplayView, ShowsAPictureOnlyWhenEverythingOnItsWayIsRight)
         {"4:2:2 called 4:4:4", "tv", 0x50, 0xC7, 0, 0, OutputSignal::Hdmi, Picture::WrongColours, true},
         {"4:4:4 to a 4:2:2 display", "yuv422", 0x50, 0xC7, REG_CONVERTER, CONVERTER_RESAMPLES, OutputSignal::Hdmi,
          Picture::WrongColours, true},
+        {"12 bits to a display that takes them", "tv", 0x30, 0xE7, REG_GENERAL, 0x60, OutputSignal::Hdmi, Picture::Good,
+         true},
+        {"12 bits to one that takes 8", "yuv422", 0x30, 0xE7, REG_GENERAL, 0x60, OutputSignal::Hdmi,
+         Picture::WrongColours, true},
         {"called RGB", "tv", 0x10, 0x07, 0, 0, OutputSignal::Hdmi, Picture::WrongColours, true},
         {"AVI checksum wrong", "tv", 0x30, 0xE8, 0, 0, OutputSignal::Hdmi, Picture::WrongColours, true},
         {"last AVI byte not in the sum", "tv", 0x30, 0xE7, REG_AVI + 13, 0x01, OutputSignal::Hdmi,
@@ -346,6 +350,43 @@ TEST(DisplayView, WorksOutTheAudioClock)
     }
 }
 
+// Catches: a reason that names something else than what keeps the sound away.
+TEST(DisplayView, SaysWhyNothingIsHeard)
+{
+    static constexpr struct {
+        const char* display;
+        uint8_t bank, reg, value;
+        const char* why;
+    } rows[] = {
+        {"tv", 0, 0, 0, ""},
+        {"dvi", 0, 0, 0, "the display knows DVI only"},
+        {"noaudio", 0, 0, 0, "the display takes no sound"},
+        {"tv", 0, REG_HDMI, 0x00, "no HDMI signal, which alone carries sound"},
+        {"tv", 0, REG_GENERAL, 0x01, "AV mute is set"},
+        {"tv", 0, REG_RESET, 0x14, "the audio path is held"},
+        {"tv", 0, REG_AUDIO_ENABLE, 0xD1, "it is taken from S/PDIF, where nothing comes in"},
+        {"tv", 0, REG_AUDIO_ENABLE, 0xC0, "no channels are taken in"},
+        {"tv", 0, REG_AUDIO_ENABLE, 0xC3, "the display lists no linear PCM of 4 channels"},
+        {"amplifier", 0, REG_AUDIO_ENABLE, 0xCF, ""},
+        {"tv", 0, REG_SEND_AUDIO, 0x00, "no audio frame is sent"},
+        {"tv", 1, REG_AUDIO_FRAME + 5, 0x71, "the audio frame's checksum is wrong"},
+        {"tv", 1, REG_STATUS_RATE, 0x01, "the channel status tells no rate"},
+        {"tv", 1, REG_STATUS_RATE, 0x00, "the channel status says 44100 Hz, N and CTS give 48000 Hz"},
+        {"tv", 1, REG_STATUS_MODE, 0x04, ""}, // compressed, which it lists as AC-3
+        {"rgb", 1, REG_STATUS_MODE, 0x04, "the display lists no compressed sound"},
+    };
+    for (const auto& r : rows) {
+        SCOPED_TRACE(std::string(r.display) + ": " + r.why);
+        Chip c;
+        c.tell(std::string("display plug ") + r.display);
+        c.run_output(0x10, 0x07);
+        c.bank(r.bank);
+        if (r.reg != 0) c.set(r.reg, {r.value});
+        EXPECT_EQ(c.chip.view().sound.why, r.why);
+        EXPECT_EQ(c.chip.view().sound.plays, *r.why == '\0');
+    }
+}
+
 TEST(DisplayView, OverflownSoundReturnsWhenTheAudioPathWasHeldAndReleased)
 {
     Chip c;
@@ -370,6 +411,13 @@ TEST(Commands, AreRefusedWithTheWordThatIsWrongAndChangeNothing)
                  {"display ddc nack at 40000", "between 0 and 32767"},
                  {"display ddc nack times 0", "between 1"},
                  {"display hpd-pulse", "nothing is plugged in"},
+                 {"display hpd-bounce 3 20", "nothing is plugged in"},
+                 {"display hpd-bounce 3", "milliseconds"},
+                 {"display hpd-drop 0", "between 1 and"},
+                 {"display replace tv", "nothing is plugged in"},
+                 {"display replace tv quietly", "one too many"},
+                 {"display standby on", "nothing is plugged in"},
+                 {"display ddc-noise 2000000", "between 0 and 1000000"},
                  {"display plug /", "and as a file it is a folder"},
                  {"display plug /dev/zero", "and as a file it is no regular file"},
                  {"display save tv /nowhere/tv.bin", "/nowhere/tv.bin: No such file or directory"},
