@@ -3,6 +3,7 @@
 #include "emulator/world/edid_reader.h"
 
 #include <algorithm>
+#include <cstdio>
 
 namespace emu {
 
@@ -32,8 +33,9 @@ bool lists_size(const AudioDescriptor& d, uint8_t bits)
 
 std::string kilohertz(uint32_t hz)
 {
-    const uint32_t tenth = hz % 1000 / 100;
-    return std::to_string(hz / 1000) + (tenth != 0 ? "." + std::to_string(tenth) : "") + " kHz";
+    char text[32];
+    std::snprintf(text, sizeof text, "%g kHz", hz / 1000.0);
+    return text;
 }
 
 std::string pcm_refusal(const AudioDescriptors& listed, const SoundOffer& sound)

@@ -245,27 +245,30 @@ EdidImage edid_display_id(const EdidTiming& native, uint16_t product, uint16_t w
     constexpr uint8_t version_1_2 = 0x12, monitor = 3;
     constexpr size_t sum_at = EDID_BLOCK - 2; // the section fills the extension
     EdidImage b{TAG_DISPLAY_ID, version_1_2, sum_at - 5, monitor, 0};
-    const auto put = [&b](unsigned figure) { b.insert(b.end(), {low(figure), low(figure >> 8)}); };
+    const auto add = [&b](std::initializer_list<uint8_t> bytes) {
+        for (const uint8_t byte : bytes) b.push_back(byte);
+    };
+    const auto put = [&add](unsigned figure) { add({low(figure), low(figure >> 8)}); };
     const auto put_less = [&put](unsigned figure, bool positive = false) {
         put((figure - 1) | (positive ? 0x8000u : 0u));
     };
-    b.insert(b.end(), {0x00, 0, 12, 'E', 'M', 'U'}); // product identification
+    add({0x00, 0, 12, 'E', 'M', 'U'}); // product identification
     put(product);
-    b.insert(b.end(), {0, 0, 0, 0, 10, 14, 0}); // serial number, week, year from 2000 on, no name
-    b.insert(b.end(), {0x01, 0, 12});           // display parameters
+    add({0, 0, 0, 0, 10, 14, 0}); // serial number, week, year from 2000 on, no name
+    add({0x01, 0, 12});           // display parameters
     put(10u * width_mm);
     put(10u * height_mm);
     put(native.h_active);
     put(native.v_active);
     constexpr uint8_t gamma_2_2 = 120, eight_bits = 0x77;
-    b.insert(b.end(), {0, gamma_2_2, low(100u * native.h_active / native.v_active - 100), eight_bits});
+    add({0, gamma_2_2, low(100u * native.h_active / native.v_active - 100), eight_bits});
     constexpr uint8_t hdmi_socket = 0x71, eight_bits_each = 0x02;
-    b.insert(b.end(), {0x0F, 0, 10, hdmi_socket, 0x13, eight_bits_each, eight_bits_each, eight_bits_each});
+    add({0x0F, 0, 10, hdmi_socket, 0x13, eight_bits_each, eight_bits_each, eight_bits_each});
     b.insert(b.end(), 5, 0);                         // neither content protection nor spread spectrum
     constexpr uint8_t preferred = 0x80, wide = 0x06; // picture of 16:10
-    b.insert(b.end(), {0x03, 0, 20});                // detailed timing, type I
+    add({0x03, 0, 20});                              // detailed timing, type I
     put_less(native.clock_khz / 10);
-    b.insert(b.end(), {0, preferred | wide});
+    add({0, preferred | wide});
     put_less(native.h_active);
     put_less(native.h_blank);
     put_less(native.h_front, native.h_positive);

@@ -256,7 +256,7 @@ TEST(DisplaySound, IsWhatTheShortAudioDescriptorsList)
         {"tv", {compressed, 8, 768'000, 0}, "compressed sound at 768 kHz"},
         {"amplifier", {pcm, 8, 192'000, 24}, ""},
         {"amplifier", {compressed, 8, 768'000, 0}, ""},
-        {"amplifier", {pcm, 8, 22'050, 16}, "linear PCM of 8 channels at 22 kHz"},
+        {"amplifier", {pcm, 8, 22'050, 16}, "linear PCM of 8 channels at 22.05 kHz"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(std::string(row.display) + ", " + row.refusal);
